@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// One NAL unit as the scanner hands it out.
+#pragma once
+
+#include "support/Types.h"
+
+struct NalUnit {
+    const u8* data = nullptr; // first byte of the start code, in the caller's buffer
+    u32 size = 0;             // up to the next start code or the end of the buffer
+    const u8* rbsp =
+        nullptr; // NAL unit header and payload without emulation prevention, in the scratch buffer
+    u32 rbspSize = 0;
+
+    // The end of the buffer has not been reached. A bare start code counts.
+    bool Found() const { return data != nullptr && size != 0; }
+    // There is something to read. A bare start code stops the readers like the end of the buffer.
+    bool HasPayload() const { return Found() && rbsp != nullptr && rbspSize != 0; }
+
+    u32 StartCodeSize() const { return data[2] == 1 ? 3 : 4; }
+};

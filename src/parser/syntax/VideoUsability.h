@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+// The head of vui_parameters(), which both standards write alike (H.264 E.1.1, H.265 E.2.1).
+#pragma once
+
+#include "parser/VideoParams.h"
+
+namespace syntax {
+
+// Reads from aspect_ratio_info_present_flag to chroma_sample_loc_type_bottom_field, and writes the seven
+// video-signal fields of `info`, defaults included.
+void ReadVideoUsabilityHead(CParserBase& reader, VideoInfo& info);
+
+} // namespace syntax

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr u32 kParameterSetCopySize = 1024;
-
 u8* MakeParameterSetCopy(u32& length)
 {
     length = 0;

@@ -19,6 +19,9 @@ namespace avc {
 struct NalHeader;
 }
 
+// Bytes of each of the three copies of parameter sets that are handed out.
+constexpr u32 kParameterSetCopySize = 1024;
+
 class CParserBase {
 public:
     CParserBase() = default;
@@ -56,6 +59,7 @@ public:
     Status GetNalDataEx(const u8** nal, u32* nalSize);
     Status NextNal(NalUnit& nal);   // clears the record first, so that the end is seen in it
     Status NextNalEx(NalUnit& nal); // the same without the payload
+    bool Unescape(NalUnit& nal);    // adds the payload; false for lack of memory
 
     // bitstream/EmulationPrevention.cpp
     Status GetRbspData(const u8* src, u32 size, u8** out, u32* outSize);
@@ -134,6 +138,13 @@ public:
     Status Create() override;
     Status Release() override;
     Status ReadVideoParams(const u8* data, u32 size, VideoInfo* info, int mode) override;
+    Status VideoSampleTest(const u8* data, u32 size, VideoInfoEx* info) override;
+    Status QuerySliceType(const u8* data, u32 size, VideoPicType& type) override;
+    Status SetVideoData(u8* data, u32 size) override;
+    Status GetNalUnit(u8** nal, u32* nalSize, bool* isSlice, u32* sliceHeaderSize) override;
+    Status GetNalFromFrame(u8* frame, u32 size, u32* count, u8*** nals, u32** sizes) override;
+    Status SetParameterSetData(u8* sps, u32 spsSize, u8* pps, u32 ppsSize) override;
+    Status GetParameterSetData(u8* frame, u32 size, ParameterSetData* result) override;
 
     // avc/AvcSps.cpp, avc/AvcPps.cpp, avc/AvcSlice.cpp: the reader stands behind the NAL unit header.
     Status ReadSequenceParameterSetData(VideoInfo* info);

@@ -61,13 +61,15 @@ constexpr u64 Attainable(u64 wish, u64 need)
     return wish <= kLargestCapacity ? wish : need <= kLargestCapacity ? need : 0;
 }
 
-// Grows a buffer and keeps what it holds. False, with buffer and capacity as they were, when it cannot.
+// Grows a buffer and keeps what it holds; never shrinks it. False, with buffer and capacity as they were, when it cannot.
 template <typename T>
 bool GrowTo(T*& buffer, u32& capacity, u64 wish, u64 need)
 {
     const u64 target = Attainable(wish, need);
     if (target == 0)
         return false;
+    if (target <= capacity)
+        return true;
     if (buffer == nullptr || Allocated(target) > Allocated(capacity)) {
         void* grown = std::realloc(buffer, static_cast<std::size_t>(Allocated(target)) * sizeof(T));
         if (grown == nullptr)

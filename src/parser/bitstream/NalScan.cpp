@@ -69,24 +69,17 @@ Status CParserBase::GetNalDataEx(const u8** nal, u32* nalSize)
 
 Status CParserBase::GetNalData(const u8** nal, u32* nalSize, const u8** rbsp, u32* rbspSize)
 {
-    const u8* unit = nullptr;
-    u32 unitSize = 0;
-    const Status scanned = GetNalDataEx(&unit, &unitSize);
-    if (unit == nullptr)
+    NalUnit unit;
+    const Status scanned = NextNalEx(unit);
+    if (!unit.Found())
         return scanned;
-    *nal = unit;
-    *nalSize = unitSize;
-
-    // A start code holds no 03, so it comes out of the removal as it went in.
-    u8* copy = nullptr;
-    u32 copySize = 0;
-    const Status status = GetRbspData(unit, unitSize, &copy, &copySize);
-    if (copy != nullptr) {
-        const u32 startCodeSize = copy[2] == 1 ? 3 : 4;
-        *rbsp = copy + startCodeSize;
-        *rbspSize = copySize - startCodeSize;
-    }
-    return status;
+    *nal = unit.data;
+    *nalSize = unit.size;
+    if (!Unescape(unit))
+        return kFailed;
+    *rbsp = unit.rbsp;
+    *rbspSize = unit.rbspSize;
+    return kOk;
 }
 
 Status CParserBase::NextNal(NalUnit& nal)
@@ -99,4 +92,16 @@ Status CParserBase::NextNalEx(NalUnit& nal)
 {
     nal = {};
     return GetNalDataEx(&nal.data, &nal.size);
+}
+
+// A start code holds no 03, so it comes out of the removal as it went in.
+bool CParserBase::Unescape(NalUnit& nal)
+{
+    u8* copy = nullptr;
+    u32 copySize = 0;
+    if (GetRbspData(nal.data, nal.size, &copy, &copySize) != kOk)
+        return false;
+    nal.rbsp = copy + nal.StartCodeSize();
+    nal.rbspSize = copySize - nal.StartCodeSize();
+    return true;
 }

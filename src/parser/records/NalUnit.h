@@ -17,4 +17,6 @@ struct NalUnit {
     bool HasPayload() const { return Found() && rbsp != nullptr && rbspSize != 0; }
 
     u32 StartCodeSize() const { return data[2] == 1 ? 3 : 4; }
+    // The first byte of the NAL unit header; null for a bare start code.
+    const u8* Header() const { return size > StartCodeSize() ? data + StartCodeSize() : nullptr; }
 };

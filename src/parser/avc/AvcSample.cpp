@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+// Verdicts on a single sample, from its first slice.
+#include "parser/avc/AvcSample.h"
+
+#include "parser/VideoParams.h"
+#include "parser/avc/AvcNal.h"
+#include "parser/bitstream/Scan.h"
+
+namespace {
+
+// Slice types I and "all I" (H.264 Table 7-6). SI slices do not count.
+constexpr bool IsIntra(const AvcSliceInfo& slice)
+{
+    return slice.IdrPicFlag != 0 || slice.slice_type == 2 || slice.slice_type == 7;
+}
+
+// The verdict on the slice just read. The first field of a pair is compared, the second shares its verdict;
+// which parity comes first is learnt from the intra pictures.
+void JudgeSlice(CParseAVCParams& parser, VideoInfoEx& info)
+{
+    const AvcSliceInfo& slice = parser.curSlice;
+    const bool isField = slice.field_pic_flag != 0;
+    const bool isTop = slice.bottom_field_flag == 0;
+
+    parser.curFrameNum = slice.frame_num;
+    info.isFramePicture = isField ? 0 : 1;
+    if (IsIntra(slice)) {
+        info.intraPicture = 1;
+        parser.firstFieldIsTop = isField && isTop ? 1 : 0;
+        if (isField)
+            parser.firstFieldGap = 0;
+    }
+
+    if (parser.gapsAllowed == 0 && slice.IdrPicFlag == 0) {
+        const bool opensPair = isTop == (parser.firstFieldIsTop != 0);
+        if (!isField || opensPair) {
+            const bool follows =
+                avc::FollowsInFrameNum(parser.curFrameNum, parser.prevRefFrameNum, parser.maxFrameNum);
+            info.discontinuity = follows ? 0 : 1;
+            if (isField)
+                parser.firstFieldGap = info.discontinuity;
+        } else {
+            info.discontinuity = parser.firstFieldGap;
+        }
+    }
+
+    if (slice.nal_ref_idc != 0)
+        parser.prevRefFrameNum = parser.curFrameNum;
+}
+
+} // namespace
+
+Status CParseAVCParams::QuerySliceType(const u8* data, u32 size, VideoPicType& type)
+{
+    if (queue == nullptr)
+        return kFailed; // not a parsing handle
+    type = VideoPicTypeUnknown;
+    const bitstream::Scan scan(*this, data, size);
+    NalUnit nal;
+    for (NextNal(nal); nal.HasPayload(); NextNal(nal)) {
+        InitReadData(nal.rbsp, nal.rbspSize);
+        const avc::NalHeader header = ReadNalHeader();
+        if (header.forbidden_zero_bit != 0)
+            return kFailed;
+        // The header of a data partition A says it as well, but was never asked for it.
+        if (header.nal_unit_type == avc::kSlice || header.nal_unit_type == avc::kIdrSlice) {
+            GetUE(); // first_mb_in_slice
+            type = static_cast<VideoPicType>(GetUE());
+            return kOk;
+        }
+    }
+    return kFailed;
+}
+
+Status CParseAVCParams::VideoSampleTest(const u8* data, u32 size, VideoInfoEx* info)
+{
+    if (info == nullptr || queue == nullptr)
+        return kFailed; // no record to fill, or not a parsing handle
+    *info = {};
+    VideoInfo scratch = {};
+    const bitstream::Scan scan(*this, data, size);
+    NalUnit nal;
+    Status status = NextNal(nal);
+    for (; nal.HasPayload(); status = NextNal(nal)) {
+        InitReadData(nal.rbsp, nal.rbspSize);
+        const avc::NalHeader header = ReadNalHeader(); // a set forbidden_zero_bit is no reason to stop here
+        if (avc::IsSlice(header.nal_unit_type)) {
+            int newPicture = 0;
+            if (ReadSliceHeaderData(&scratch, header.nal_unit_type, header.nal_ref_idc, &newPicture) != kOk) {
+                info->discontinuity = 1;
+                return kFailed;
+            }
+            JudgeSlice(*this, *info);
+            return kOk;
+        }
+        if (header.nal_unit_type == avc::kSps)
+            ReadSequenceParameterSetData(&scratch);
+        else if (header.nal_unit_type == avc::kPps)
+            ReadPictureParameterSetData(&scratch);
+    }
+    return status;
+}

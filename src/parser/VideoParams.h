@@ -18,6 +18,9 @@ class AccessUnit;
 namespace avc {
 struct NalHeader;
 }
+namespace userdata {
+struct Codec;
+}
 
 // Bytes of each of the three copies of parameter sets that are handed out.
 constexpr u32 kParameterSetCopySize = 1024;
@@ -76,6 +79,15 @@ public:
     void SkipBits(u64 n);
     void SkipUE(u32 count); // ends with the data, whatever the count
     void SkipSE(u32 count);
+
+    // userdata/: one message built; the three operations of either codec.
+    Status ArrangeUserData(const u8* data, u32 length);
+    Status InsertUserData(const userdata::Codec& codec, const u8* frame, u32 frameSize, const u8* data,
+                          u32 dataSize, const u8** outFrame, u32* outSize);
+    Status FindUserData(const userdata::Codec& codec, const u8* frame, u32 frameSize, const u8** outData,
+                        u32* outSize);
+    Status StripUserData(const userdata::Codec& codec, const u8* frame, u32 frameSize, const u8** outFrame,
+                         u32* outSize);
 
     CVideoQueue* queue = nullptr; // access units; made by Create(), so only a parsing handle has one
 
@@ -143,6 +155,10 @@ public:
     Status SetVideoData(u8* data, u32 size) override;
     Status GetNalUnit(u8** nal, u32* nalSize, bool* isSlice, u32* sliceHeaderSize) override;
     Status GetNalFromFrame(u8* frame, u32 size, u32* count, u8*** nals, u32** sizes) override;
+    Status AddUserData(const u8* frame, u32 frameSize, const u8* data, u32 dataSize, const u8** outFrame,
+                       u32* outSize) override;
+    Status GetUserData(const u8* frame, u32 frameSize, const u8** outData, u32* outSize) override;
+    Status RemoveUserData(const u8* frame, u32 frameSize, const u8** outFrame, u32* outSize) override;
     Status SetParameterSetData(u8* sps, u32 spsSize, u8* pps, u32 ppsSize) override;
     Status GetParameterSetData(u8* frame, u32 size, ParameterSetData* result) override;
 
@@ -192,4 +208,10 @@ public:
 };
 
 // H.265.
-class CParseHEVCParams final : public CParserBase {};
+class CParseHEVCParams final : public CParserBase {
+public:
+    Status AddUserData(const u8* frame, u32 frameSize, const u8* data, u32 dataSize, const u8** outFrame,
+                       u32* outSize) override;
+    Status GetUserData(const u8* frame, u32 frameSize, const u8** outData, u32* outSize) override;
+    Status RemoveUserData(const u8* frame, u32 frameSize, const u8** outFrame, u32* outSize) override;
+};

@@ -143,3 +143,27 @@ Status CParseAVCParams::Release()
     memory::Free(ppsNal);
     return CParserBase::Release();
 }
+
+Status CParseHEVCParams::Create()
+{
+    const Status status = CParserBase::Create();
+    currentInfo = {};
+    pendingInfo = {};
+    const auto make = [](u8*& nal, u32 capacity) {
+        nal = memory::Allocate<u8>(capacity);
+        return nal != nullptr;
+    };
+    const bool made = make(vpsNal, vpsCapacity) && make(spsNal, spsCapacity) && make(ppsNal, ppsCapacity);
+    return made ? status : kFailed;
+}
+
+Status CParseHEVCParams::Release()
+{
+    records::Clear(vpsTable);
+    records::Clear(spsTable);
+    records::Clear(ppsTable);
+    memory::Free(vpsNal);
+    memory::Free(spsNal);
+    memory::Free(ppsNal);
+    return CParserBase::Release();
+}

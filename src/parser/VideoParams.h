@@ -8,6 +8,7 @@
 
 #include "nalsmith/nalsmith.h"
 #include "parser/records/AvcRecords.h"
+#include "parser/records/HevcRecords.h"
 #include "parser/records/NalUnit.h"
 #include "queue/VideoQueue.h"
 #include "support/Types.h"
@@ -16,6 +17,9 @@ namespace stream {
 class AccessUnit;
 }
 namespace avc {
+struct NalHeader;
+}
+namespace hevc {
 struct NalHeader;
 }
 namespace userdata {
@@ -210,8 +214,56 @@ public:
 // H.265.
 class CParseHEVCParams final : public CParserBase {
 public:
+    Status Create() override;
+    Status Release() override;
+    Status ReadVideoParams(const u8* data, u32 size, VideoInfo* info, int mode) override;
+    Status VideoSampleTest(const u8* data, u32 size, VideoInfoEx* info) override;
+    Status QuerySliceType(const u8* data, u32 size, VideoPicType& type) override;
     Status AddUserData(const u8* frame, u32 frameSize, const u8* data, u32 dataSize, const u8** outFrame,
                        u32* outSize) override;
     Status GetUserData(const u8* frame, u32 frameSize, const u8** outData, u32* outSize) override;
     Status RemoveUserData(const u8* frame, u32 frameSize, const u8** outFrame, u32* outSize) override;
+
+    // hevc/HevcVps.cpp, hevc/HevcSps.cpp, hevc/HevcPps.cpp, hevc/HevcSlice.cpp: the reader stands behind the
+    // NAL unit header. `nal` is the payload from that header on.
+    Status ReadVideoParameterSetData(VideoInfo* info);
+    Status ReadSequenceParameterSetData(VideoInfo* info);
+    Status ReadPictureParameterSetData(VideoInfo* info);
+    Status ReadSliceHeaderData(VideoInfo* info, u32 nalUnitType, const u8* nal, int* newPicture,
+                               VideoInfoEx* sampleInfo);
+
+    // hevc/HevcStream.cpp: what stream::ReadPiece() asks for.
+    hevc::NalHeader ReadNalHeader();
+    void RouteNalUnit(stream::AccessUnit& unit, const hevc::NalHeader& header, const NalUnit& nal,
+                      VideoInfo& info);
+    void CompleteAccessUnit(stream::AccessUnit& unit, VideoInfo& info);
+
+    // Parameter sets by id.
+    HevcVpsRecord* vpsTable[16] = {};
+    HevcSpsRecord* spsTable[32] = {};
+    HevcPpsRecord* ppsTable[256] = {};
+
+    // The first parameter sets of the stream.
+    u8* vpsNal = nullptr;
+    u8* spsNal = nullptr;
+    u8* ppsNal = nullptr;
+    u32 vpsCapacity = 10;
+    u32 spsCapacity = 10;
+    u32 ppsCapacity = 10;
+    u32 vpsNalSize = 0;
+    u32 spsNalSize = 0;
+    u32 ppsNalSize = 0;
+
+    u32 firstSlice = 1; // no slice segment has been read yet
+
+    // The access unit being assembled, and what opens the next one (stream/AccessUnit.h).
+    VideoQueueInfo* currentSlot = nullptr;
+    VideoInfo currentInfo = {};
+    VideoQueueInfo* pendingSlot = nullptr;
+    VideoInfo pendingInfo = {};
+
+    // Picture order counts: of the last picture of the lowest temporal layer that others may refer to, and of
+    // the last picture.
+    i32 prevTid0Poc = 0;
+    i32 picOrderCnt = 0;
 };

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// Picture order count.
+#pragma once
+
+#include "support/Types.h"
+
+namespace hevc {
+
+// The picture order count of a picture that is neither IDR nor BLA, from that of the previous picture of the
+// lowest temporal layer that others may refer to (H.265 8.3.1). Modulo 2^32.
+constexpr i32 PictureOrderCount(u32 slice_pic_order_cnt_lsb, u32 maxPicOrderCntLsb, i32 prevTid0Poc)
+{
+    const u32 prev = static_cast<u32>(prevTid0Poc);
+    const u32 prevLsb = prev & (maxPicOrderCntLsb - 1);
+    const u32 prevMsb = prev - prevLsb;
+    const u32 half = maxPicOrderCntLsb / 2;
+    u32 msb = prevMsb;
+    if (slice_pic_order_cnt_lsb < prevLsb && prevLsb - slice_pic_order_cnt_lsb >= half)
+        msb = prevMsb + maxPicOrderCntLsb;
+    else if (slice_pic_order_cnt_lsb > prevLsb && slice_pic_order_cnt_lsb - prevLsb > half)
+        msb = prevMsb - maxPicOrderCntLsb;
+    return static_cast<i32>(msb + slice_pic_order_cnt_lsb);
+}
+
+} // namespace hevc

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+// Reading a stream: what each NAL unit means for the access unit, and what a completed one is given.
+#include "parser/VideoParams.h"
+#include "parser/hevc/HevcNal.h"
+#include "parser/stream/ReadStream.h"
+
+using hevc::Role;
+using stream::AccessUnit;
+
+Status CParseHEVCParams::ReadVideoParams(const u8* data, u32 size, VideoInfo* info, int /*mode*/)
+{
+    return stream::ReadPiece(*this, data, size, info);
+}
+
+hevc::NalHeader CParseHEVCParams::ReadNalHeader()
+{
+    hevc::NalHeader header = {};
+    header.forbidden_zero_bit = ReadData(1);
+    header.nal_unit_type = ReadData(6);
+    header.nuh_layer_id = ReadData(6);
+    header.nuh_temporal_id_plus1 = ReadData(3);
+    return header;
+}
+
+void CParseHEVCParams::RouteNalUnit(AccessUnit& unit, const hevc::NalHeader& header, const NalUnit& nal,
+                                    VideoInfo& info)
+{
+    const u32 type = header.nal_unit_type;
+    switch (hevc::RoleOf(type)) {
+    case Role::Slice: {
+        int newPicture = 0;
+        if (ReadSliceHeaderData(&info, type, nal.rbsp, &newPicture, nullptr) == kOk)
+            stream::StoreSlice(*this, unit, nal, newPicture != 0, hevc::IsKeyPicture(type), info);
+        return;
+    }
+    case Role::Vps:
+        stream::StoreParameterSet(*this, &CParseHEVCParams::ReadVideoParameterSetData, unit, nal,
+                                  {vpsNal, vpsCapacity, vpsNalSize});
+        return;
+    case Role::Sps:
+        stream::StoreParameterSet(*this, &CParseHEVCParams::ReadSequenceParameterSetData, unit, nal,
+                                  {spsNal, spsCapacity, spsNalSize});
+        return;
+    case Role::Pps:
+        stream::StoreParameterSet(*this, &CParseHEVCParams::ReadPictureParameterSetData, unit, nal,
+                                  {ppsNal, ppsCapacity, ppsNalSize});
+        return;
+    case Role::Opener: unit.AppendOpener(nal); return;
+    case Role::Trailing: unit.AppendTrailing(nal); return;
+    }
+}
+
+void CParseHEVCParams::CompleteAccessUnit(AccessUnit& unit, VideoInfo& info)
+{
+    if (unit.KeyWithoutSequence() && vpsNalSize != 0 && spsNalSize != 0 && ppsNalSize != 0)
+        unit.Note(queue->InsertHEVCParameterData(unit.Slot(), vpsNal, vpsNalSize, spsNal, spsNalSize, ppsNal,
+                                                 ppsNalSize));
+    unit.Report(info);
+}

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+// A run of bytes that somebody else owns.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace host {
+
+struct ByteView {
+    const std::uint8_t* data = nullptr;
+    std::size_t size = 0;
+};
+
+} // namespace host

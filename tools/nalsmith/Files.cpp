@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "Files.h"
+
+#include "Failure.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace host {
+namespace {
+
+[[noreturn]] void FailWithErrno(const std::string& name)
+{
+    throw Failure(ExitStatus::BadInput, name + ": " + std::generic_category().message(errno));
+}
+
+} // namespace
+
+Input::Input(const std::string& path)
+    : name_(path == "-" ? "standard input" : path),
+      descriptor_(path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+{
+    if (descriptor_ < 0)
+        FailWithErrno(name_);
+}
+
+Input::~Input()
+{
+    if (descriptor_ != STDIN_FILENO)
+        ::close(descriptor_);
+}
+
+std::size_t Input::Read(std::uint8_t* to, std::size_t size)
+{
+    if (ended_)
+        return 0; // a terminal would be asked once more
+    ssize_t got = 0;
+    do {
+        got = ::read(descriptor_, to, size);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0)
+        FailWithErrno(name_);
+    ended_ = got == 0;
+    bytesRead_ += static_cast<std::uint64_t>(got);
+    return static_cast<std::size_t>(got);
+}
+
+} // namespace host

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// A file or the standard input, read from front to back.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace host {
+
+class Input {
+public:
+    // A path of "-" is the standard input.
+    explicit Input(const std::string& path);
+    ~Input();
+    Input(const Input&) = delete;
+    Input& operator=(const Input&) = delete;
+
+    // Reads what is there, `size` bytes at most, waiting for the first of them. 0 at the end of the input.
+    std::size_t Read(std::uint8_t* to, std::size_t size);
+
+    // The input as messages call it.
+    const std::string& Name() const { return name_; }
+
+    std::uint64_t BytesRead() const { return bytesRead_; }
+
+private:
+    std::string name_;
+    int descriptor_;
+    bool ended_ = false;
+    std::uint64_t bytesRead_ = 0;
+};
+
+} // namespace host

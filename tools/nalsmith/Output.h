@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// What the program prints: one look for the text of all commands, and JSON.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <fmt/format.h>
+
+#include <string>
+#include <string_view>
+
+namespace host {
+
+using Json = nlohmann::ordered_json;
+
+// The standard output. Every function fails the run when it cannot be written.
+namespace output {
+
+void Write(std::string_view text);
+
+// One line, without blanks at its end.
+void Line(std::string line);
+
+// A heading, and under it rows of a name and a value.
+void Heading(std::string_view text);
+void Row(std::string_view name, std::string_view value);
+
+// One object on one line, and one object laid out for reading.
+void JsonLine(const Json& json);
+void JsonDocument(const Json& json);
+
+// To be called once all is written.
+void Finish();
+
+} // namespace output
+
+// One line on the standard error output, behind the name of the program.
+void Complain(std::string_view message);
+
+// "1 key frame", "2 key frames".
+std::string Count(std::uint64_t number, std::string_view noun);
+
+// Text from outside, with "?" for control characters so that it cannot steer a terminal.
+std::string Printable(std::string_view text);
+
+} // namespace host

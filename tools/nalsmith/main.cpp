@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+// The command line of nalsmith: the table of its commands, and how a run ends.
+#include "Commands.h"
+#include "Output.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <sstream>
+
+namespace host {
+namespace {
+
+constexpr Command (*kCommands[])(CLI::App& program) = {
+    MakeInfoCommand,
+    MakeUnitsCommand,
+};
+
+// Help and version are printed, everything else is one line of complaint.
+ExitStatus EndAtCommandLine(const CLI::App& program, const CLI::ParseError& error)
+{
+    if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
+        Complain(fmt::format("{} (nalsmith --help tells more)", error.what()));
+        return ExitStatus::WrongUsage;
+    }
+    std::ostringstream text;
+    program.exit(error, text, text);
+    output::Write(text.str());
+    return ExitStatus::Done;
+}
+
+ExitStatus RunCommandLine(int argc, char** argv)
+{
+    CLI::App program("Access units and parameter sets of H.264 byte streams", "nalsmith");
+    program.set_version_flag("--version", "nalsmith " NALSMITH_VERSION);
+    program.require_subcommand(1);
+    program.footer(
+        "Example:\n  nalsmith info movie.h264\n\n"
+        "Exit status: 0 done, 1 something found, 2 wrong usage, 3 the input cannot be read or is no\n"
+        "such stream, 4 the output cannot be written.");
+    std::vector<Command> commands;
+    for (const auto make : kCommands)
+        commands.push_back(make(program));
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return EndAtCommandLine(program, error);
+    }
+    const auto chosen = std::find_if(commands.begin(), commands.end(),
+                                     [](const Command& command) { return command.parser->parsed(); });
+    return chosen->run();
+}
+
+// What has been printed before a failure is written all the same.
+ExitStatus Run(int argc, char** argv)
+{
+    try {
+        const ExitStatus status = RunCommandLine(argc, argv);
+        output::Finish();
+        return status;
+    } catch (const Failure& failure) {
+        std::fflush(stdout);
+        Complain(failure.what());
+        return failure.Status();
+    } catch (const std::exception& error) { // lack of memory, as a rule
+        std::fflush(stdout);
+        Complain(error.what());
+        return ExitStatus::BadInput;
+    }
+}
+
+} // namespace
+} // namespace host
+
+int main(int argc, char** argv)
+{
+    std::signal(SIGPIPE, SIG_IGN); // a closed pipe is a write error like any other
+    try {
+        return static_cast<int>(host::Run(argc, argv));
+    } catch (...) {
+        return static_cast<int>(host::ExitStatus::BadInput); // no memory even for a message
+    }
+}

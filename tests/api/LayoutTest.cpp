@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+// Order and widths of the members of everything that may be known by its layout.
+#include "parser/VideoParams.h"
+#include "parser/records/HevcRecords.h"
+
+#include <cstddef>
+#include <gtest/gtest.h>
+#include <type_traits>
+#include <vector>
+
+namespace {
+
+struct Member {
+    const char* name;
+    std::size_t offset, size, alignment, statedSize;
+};
+
+// Each member stands at the first suitable place behind the one before.
+void ExpectLayout(std::size_t start, std::size_t wholeSize, const std::vector<Member>& members)
+{
+    std::size_t place = start, widest = 1;
+    const auto align = [&](std::size_t alignment) {
+        place = (place + alignment - 1) / alignment * alignment;
+    };
+    for (const Member& member : members) {
+        align(member.alignment);
+        EXPECT_EQ(member.offset, place) << member.name;
+        EXPECT_EQ(member.size, member.statedSize) << member.name;
+        place += member.statedSize;
+        widest = std::max(widest, member.alignment);
+    }
+    align(widest);
+    EXPECT_EQ(wholeSize, place);
+}
+
+#define M(member, width)                                                                                     \
+    Member                                                                                                   \
+    {                                                                                                        \
+#member, offsetof(T, member), sizeof(T::member), alignof(decltype(T::member)), width                 \
+    }
+#define EXPECT_LAYOUT(type, start, ...)                                                                      \
+    do {                                                                                                     \
+        using T = type;                                                                                      \
+        SCOPED_TRACE(#type);                                                                                 \
+        ExpectLayout(start, sizeof(T), {__VA_ARGS__});                                                       \
+    } while (false)
+
+TEST(Layout, PublicRecords)
+{
+    EXPECT_LAYOUT(VideoInfo, 0, M(frameAvailable, 4), M(sequenceInfoValid, 4), M(keyFrame, 4),
+                  M(frameData, 8), M(frameSize, 4), M(width, 4), M(height, 4), M(frameRateNum, 4),
+                  M(frameRateDen, 4), M(video_signal_type_present_flag, 4), M(video_format, 4),
+                  M(video_full_range_flag, 4), M(colour_description_present_flag, 4), M(colour_primaries, 4),
+                  M(transfer_characteristics, 4), M(matrix_coefficients, 4));
+    EXPECT_LAYOUT(VideoInfoEx, 0, M(discontinuity, 4), M(isFramePicture, 4), M(intraPicture, 4));
+    EXPECT_LAYOUT(ParameterSetData, 0, M(vpsData, 8), M(vpsSize, 4), M(spsData, 8), M(spsSize, 4),
+                  M(ppsData, 8), M(ppsSize, 4));
+    static_assert(sizeof(VideoCodecType) == 4 && sizeof(VideoPicType) == 4 && sizeof(Status) == 8);
+}
+
+TEST(Layout, QueueAndItsSlots)
+{
+    EXPECT_LAYOUT(VideoQueueInfo, 0, M(buffer, 8), M(length, 4), M(capacity, 4), M(audStart, 4),
+                  M(audLength, 4), M(keyFrame, 4));
+    EXPECT_LAYOUT(CVideoQueue, 0, M(slots, 24), M(spare, 32), M(writeIndex, 4), M(tailScratch, 8),
+                  M(tailScratchCapacity, 4));
+}
+
+// Objects begin with the address of the virtual operations.
+TEST(Layout, Parsers)
+{
+    EXPECT_LAYOUT(
+        CParserBase, 8, M(queue, 8), M(userDataBuffer, 8), M(userDataBufferSize, 4), M(userDataLength, 4),
+        M(userFrameBuffer, 8), M(userFrameBufferSize, 4), M(userPayloadLength, 4), M(vpsCopy, 8),
+        M(vpsCopyLength, 4), M(spsCopy, 8), M(spsCopyLength, 4), M(ppsCopy, 8), M(ppsCopyLength, 4),
+        M(nalListCapacity, 4), M(nalList, 8), M(nalSizeList, 8), M(seiKeepBuffer, 8), M(seiKeepBufferSize, 4),
+        M(seiKeepLength, 4), M(seiEscapeBuffer, 8), M(seiEscapeBufferSize, 4), M(seiEscapeLength, 4),
+        M(removeFrameBuffer, 8), M(removeFrameBufferSize, 4), M(removeFrameLength, 4), M(streamData, 8),
+        M(streamRemaining, 4), M(queueCount, 4), M(queueBufferSize, 4), M(nalCursor, 8), M(nextStartCode, 8),
+        M(rbspBuffer, 8), M(rbspBufferSize, 4), M(readPtr, 8), M(readRemaining, 4), M(bitPosition, 4));
+    EXPECT_LAYOUT(CParseAVCParams, sizeof(CParserBase), M(spsTable, 32 * 8), M(ppsTable, 256 * 8),
+                  M(prevSlice, 13 * 4), M(curSlice, 13 * 4), M(firstSlice, 4), M(currentSlot, 8),
+                  M(currentInfo, 72), M(pendingSlot, 8), M(pendingInfo, 72), M(streamInfo, 72), M(spsNal, 8),
+                  M(ppsNal, 8), M(spsCapacity, 4), M(ppsCapacity, 4), M(spsNalSize, 4), M(ppsNalSize, 4),
+                  M(prevRefFrameNum, 4), M(curFrameNum, 4), M(maxFrameNum, 4), M(gapsAllowed, 4),
+                  M(firstFieldIsTop, 4), M(firstFieldGap, 4));
+}
+
+TEST(Layout, KeptRecords)
+{
+    EXPECT_LAYOUT(AvcSpsInfo, 0, M(seq_parameter_set_id, 4), M(separate_colour_plane_flag, 4),
+                  M(log2_max_frame_num_minus4, 4), M(pic_order_cnt_type, 4),
+                  M(log2_max_pic_order_cnt_lsb_minus4, 4), M(delta_pic_order_always_zero_flag, 4),
+                  M(frame_mbs_only_flag, 4), M(gaps_in_frame_num_value_allowed_flag, 4));
+    EXPECT_LAYOUT(AvcPpsInfo, 0, M(pic_parameter_set_id, 4), M(seq_parameter_set_id, 4),
+                  M(bottom_field_pic_order_in_frame_present_flag, 4));
+    EXPECT_LAYOUT(AvcSliceInfo, 0, M(first_mb_in_slice, 4), M(slice_type, 4), M(pic_parameter_set_id, 4),
+                  M(frame_num, 4), M(field_pic_flag, 4), M(bottom_field_flag, 4), M(nal_ref_idc, 4),
+                  M(IdrPicFlag, 4), M(idr_pic_id, 4), M(pic_order_cnt_lsb, 4),
+                  M(delta_pic_order_cnt_bottom, 4), M(delta_pic_order_cnt, 2 * 4));
+    EXPECT_LAYOUT(HevcSpsRecord, 0, M(sps_video_parameter_set_id, 4), M(sps_seq_parameter_set_id, 4),
+                  M(separate_colour_plane_flag, 4), M(log2_max_pic_order_cnt_lsb_minus4, 4),
+                  M(log2_min_luma_coding_block_size_minus3, 4),
+                  M(log2_diff_max_min_luma_coding_block_size, 4), M(pic_width_in_luma_samples, 4),
+                  M(pic_height_in_luma_samples, 4));
+    EXPECT_LAYOUT(HevcPpsRecord, 0, M(pps_pic_parameter_set_id, 4), M(pps_seq_parameter_set_id, 4),
+                  M(dependent_slice_segments_enabled_flag, 4), M(output_flag_present_flag, 4),
+                  M(num_extra_slice_header_bits, 4));
+    static_assert(std::is_signed_v<decltype(AvcSliceInfo::delta_pic_order_cnt_bottom)>);
+    static_assert(std::is_signed_v<std::remove_extent_t<decltype(AvcSliceInfo::delta_pic_order_cnt)>>);
+}
+
+TEST(Layout, InitialValues)
+{
+    const CParseAVCParams parser;
+    EXPECT_TRUE(parser.userDataBufferSize == 1024 && parser.userFrameBufferSize == 3000000);
+    EXPECT_TRUE(parser.seiKeepBufferSize == 1024 && parser.seiEscapeBufferSize == 1024);
+    EXPECT_TRUE(parser.removeFrameBufferSize == 100000 && parser.rbspBufferSize == 1024);
+    EXPECT_TRUE(parser.spsCapacity == 10 && parser.ppsCapacity == 10 && parser.firstSlice == 1);
+}
+
+} // namespace

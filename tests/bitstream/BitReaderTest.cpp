@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+// Fixed-length fields, Exp-Golomb codes, skipping, and the end of the data.
+#include "BitWriter.h"
+#include "parser/VideoParams.h"
+
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+class Reader : public CParserBase {
+public:
+    explicit Reader(const Bytes& bytes) : bytes_(bytes.Exact()) { InitReadData(bytes_.get(), bytes.Size()); }
+    u64 BitsConsumed() const { return static_cast<u64>(readPtr - bytes_.get()) * 8 + bitPosition; }
+
+private:
+    std::unique_ptr<u8[]> bytes_;
+};
+
+TEST(BitReader, ReadsFromTheMostSignificantBitOn)
+{
+    Reader reader("a5 f0"_bytes);
+    const u8* const first = reader.readPtr;
+    EXPECT_EQ(reader.ReadData(4), 10u);
+    EXPECT_EQ(reader.ReadData(0), 0u);
+    EXPECT_EQ(reader.ReadData(8), 0x5Fu);
+    EXPECT_TRUE(reader.bitPosition == 4 && reader.readPtr == first + 1 && reader.readRemaining == 1);
+    u8* position = nullptr;
+    EXPECT_EQ(reader.GetDataPtr(&position), 0);
+    EXPECT_EQ(position, first + 1);
+
+    Reader ones("ff ff ff ff"_bytes);
+    EXPECT_EQ(ones.ReadData(32), 0xFFFFFFFFu);
+    EXPECT_TRUE(ones.BitsConsumed() == 32 && ones.readRemaining == 0);
+}
+
+TEST(BitReader, ReadsFieldsOfAllWidthsAtAllPositions)
+{
+    std::mt19937 random(1);
+    for (u32 width = 0; width <= 32; ++width)
+        for (u32 position = 0; position < 8; ++position) {
+            const u64 value = random() & ((u64{1} << width) - 1);
+            Reader reader(BitWriter().u(position, ~u64{0}).u(width, value).u(8, 0xFF).Take());
+            reader.ReadData(position);
+            EXPECT_EQ(reader.ReadData(width), value) << width << " at " << position;
+            EXPECT_EQ(reader.BitsConsumed(), position + width);
+        }
+}
+
+TEST(BitReader, ExpGolombCodesUpToTheirExtremes)
+{
+    const struct {
+        u32 ue;
+        i32 se;
+        BitWriter code;
+    } rows[] = {
+        {0, 0, BitWriter().u(1, 1)},
+        {1, 1, BitWriter().u(3, 2)},
+        {2, -1, BitWriter().u(3, 3)},
+        {3, 2, BitWriter().u(5, 4)},
+        {6, -3, BitWriter().u(5, 7)},
+        {7, 4, BitWriter().u(7, 8)},
+        {0x7FFFFFFF, 0x40000000, BitWriter().u(31, 0).u(32, 0x80000000)},
+        {0xFFFFFFFD, 0x7FFFFFFF, BitWriter().u(31, 0).u(32, 0xFFFFFFFE)},
+        {0xFFFFFFFE, -0x7FFFFFFF, BitWriter().u(31, 0).u(32, 0xFFFFFFFF)},
+        // 32 zeros end the counting; the next 32 bits are the rest of the code, minus one, modulo 2^32.
+        {0xFFFFFFFF, -0x7FFFFFFF - 1, BitWriter().u(64, 0)},
+        {0x7FFFFFFF, 0x40000000, BitWriter().u(32, 0).u(32, 0x80000000)},
+        {4, -2, BitWriter().u(32, 0).u(32, 5)},
+    };
+    for (const auto& row : rows) {
+        const Bytes code = BitWriter(row.code).u(4, 9).Take();
+        Reader reader(code), same(code);
+        EXPECT_EQ(reader.GetUE(), row.ue);
+        EXPECT_EQ(reader.ReadData(4), 9u) << row.ue;
+        EXPECT_EQ(same.GetSE(), row.se);
+    }
+}
+
+TEST(BitReader, BehindTheEndEveryBitIsZeroAndThePositionStays)
+{
+    Reader reader("ff a0"_bytes);
+    reader.ReadData(10);
+    EXPECT_EQ(reader.ReadData(9), 0x100u); // 100000, then three bits that are not there
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(reader.BitsConsumed() == 16 && reader.readRemaining == 0);
+        EXPECT_TRUE(reader.ReadData(32) == 0 && reader.GetUE() == 0 && reader.GetSE() == 0);
+    }
+    EXPECT_EQ(Reader("00 00"_bytes).GetUE(), 0xFFFFu); // 16 zeros counted, 16 zero bits behind the end
+    EXPECT_EQ(Reader("01"_bytes).GetUE(), 0x7Fu);
+    EXPECT_EQ(Reader(Bytes{}).ReadData(1), 0u);
+    EXPECT_EQ(Reader(Bytes{}).GetUE(), 0u);
+}
+
+TEST(BitReader, WideReadsConsumeAllBitsAndReturnTheLast32)
+{
+    const struct {
+        u32 before, width, value, consumed;
+    } rows[] = {{0, 43, 0xA2B3C4D5, 43},
+                {0, 72, 0xBCDEF000, 64}, // the last eight are behind the end
+                {3, 64, 0xD5E6F780, 64},
+                {0, 0xFFFFFFFF, 0, 64}};
+    for (const auto& row : rows) {
+        Reader reader("12 34 56 78 9a bc de f0"_bytes);
+        reader.ReadData(row.before);
+        EXPECT_EQ(reader.ReadData(row.width), row.value);
+        EXPECT_EQ(reader.BitsConsumed(), row.consumed);
+    }
+}
+
+TEST(BitReader, SkippingEqualsReading)
+{
+    BitWriter writer;
+    for (u32 i = 0; i < 40; ++i)
+        writer.ue(i * i * 37);
+    for (const u32 count : {0u, 1u, 7u, 39u, 40u, 41u, 1000u}) {
+        Reader read(writer.Take()), skip(writer.Take()), skipSigned(writer.Take()), bits(writer.Take());
+        for (u32 i = 0; i < count; ++i)
+            read.GetUE();
+        skip.SkipUE(count);
+        skipSigned.SkipSE(count);
+        bits.ReadData(3);
+        bits.SkipBits(count);
+        EXPECT_EQ(skip.BitsConsumed(), read.BitsConsumed());
+        EXPECT_EQ(skipSigned.BitsConsumed(), read.BitsConsumed());
+        EXPECT_EQ(bits.BitsConsumed(), std::min<u64>(3 + count, writer.Take().size() * 8));
+    }
+}
+
+// Counted down one by one these would run for hours: the test's time limit is the assertion.
+TEST(BitReader, HugeCountsCostNothing)
+{
+    Reader reader("5a 5a"_bytes);
+    for (int i = 0; i < 1000; ++i) {
+        reader.SkipUE(0xFFFFFFFE);
+        reader.SkipSE(0xFFFFFFFF);
+        reader.ReadData(0xFFFFFFFF);
+        reader.SkipBits(~u64{0});
+    }
+    EXPECT_TRUE(reader.BitsConsumed() == 16 && reader.readRemaining == 0);
+}
+
+} // namespace

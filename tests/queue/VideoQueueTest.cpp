@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: MIT
+// The ring of slots by itself.
+#include "queue/VideoQueue.h"
+#include "Bytes.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace {
+
+class Queue : public CVideoQueue {
+public:
+    Queue(u32 count, u32 size) { EXPECT_EQ(Create(count, size), 0); }
+    ~Queue() { Close(); }
+
+    VideoQueueInfo& Next()
+    {
+        VideoQueueInfo* slot = nullptr;
+        EXPECT_EQ(GetVideoInfo(&slot), 0);
+        return *slot;
+    }
+    void Store(VideoQueueInfo& slot, const Bytes& bytes)
+    {
+        EXPECT_EQ(StoreVideoData(&slot, bytes.data(), bytes.Size()), 0);
+    }
+};
+
+Bytes Held(const VideoQueueInfo& slot)
+{
+    return Bytes(slot.buffer, slot.buffer + slot.length);
+}
+
+const Bytes kDelimiter = "00 00 00 01 09 f0"_bytes;
+const Bytes kSlice = "00 00 01 65 88 84 21"_bytes;
+const Bytes kVps(17, 0x40), kSps(20, 0x67), kPps(6, 0x68);
+
+bool IsEmpty(const VideoQueueInfo& slot, u32 capacity)
+{
+    return slot.length == 0 && slot.audStart == 0 && slot.audLength == 0 && slot.keyFrame == 0 &&
+           slot.buffer != nullptr && slot.capacity == capacity;
+}
+
+TEST(VideoQueue, SlotsAndSpareBeginEmptyWithTheStatedCapacity)
+{
+    Queue queue(6, 100000);
+    ASSERT_EQ(queue.slots.size(), 6u);
+    for (const VideoQueueInfo& slot : queue.slots) {
+        EXPECT_TRUE(IsEmpty(slot, 100000));
+        slot.buffer[99999] = 1; // a sanitizer sees a shorter one
+    }
+    EXPECT_TRUE(IsEmpty(queue.spare, 100000));
+    queue.Close();
+    EXPECT_TRUE(queue.slots.empty() && queue.spare.buffer == nullptr && queue.tailScratch == nullptr);
+}
+
+TEST(VideoQueue, TheRingComesRoundWithEmptySlotsAndKeepsTheirBuffers)
+{
+    Queue queue(3, 10);
+    VideoQueueInfo& first = queue.Next();
+    queue.Store(first, Bytes(50, 7));
+    first.audStart = first.audLength = first.keyFrame = 1;
+    const u8* const grown = first.buffer;
+    VideoQueueInfo &second = queue.Next(), &third = queue.Next();
+    queue.Store(second, kSlice);
+    EXPECT_TRUE(&first != &second && &second != &third && &first != &third);
+    EXPECT_EQ(&queue.Next(), &first);
+    EXPECT_TRUE(IsEmpty(first, 50) && first.buffer == grown);
+    EXPECT_EQ(Held(second), kSlice);
+    EXPECT_EQ(&queue.Next(), &second);
+}
+
+TEST(VideoQueue, TheSpareComesBackEmptyAndIsNoneOfTheRing)
+{
+    Queue queue(2, 10);
+    VideoQueueInfo* spare = nullptr;
+    queue.GetNextInfo(&spare);
+    queue.Store(*spare, Bytes(30, 1));
+    spare->audStart = spare->audLength = spare->keyFrame = 1;
+    queue.GetNextInfo(&spare);
+    EXPECT_TRUE(spare == &queue.spare && IsEmpty(*spare, 30));
+    EXPECT_EQ(&queue.Next(), &queue.slots[0]);
+}
+
+TEST(VideoQueue, CapacitiesGrowToJustWhatIsNeeded)
+{
+    Queue queue(2, 100);
+    VideoQueueInfo& slot = queue.Next();
+    Bytes expected;
+    const std::pair<u32, u32> rows[] = {{0, 100}, {60, 100}, {40, 100},   {50, 150},
+                                        {1, 151}, {1, 152},  {4000, 4152}};
+    for (const auto& [size, capacity] : rows) {
+        const Bytes more(size, static_cast<u8>(size));
+        queue.Store(slot, more);
+        expected = expected + more;
+        EXPECT_EQ(slot.capacity, capacity);
+        EXPECT_EQ(Held(slot), expected);
+    }
+    queue.ResizeBuffer(&slot, 5000);
+    EXPECT_EQ(slot.capacity, 5000u);
+    slot.buffer[4999] = 1;
+    EXPECT_EQ(Held(slot), expected);
+}
+
+TEST(VideoQueue, AvcParameterSetsGoBehindTheDelimiter)
+{
+    for (const u32 capacity : {7u, 13u, 38u, 39u, 200u}) {
+        Queue queue(1, capacity);
+        VideoQueueInfo& slot = queue.Next();
+        queue.Store(slot, kDelimiter + kSlice);
+        slot.audLength = kDelimiter.Size();
+        slot.keyFrame = 1;
+        const auto insert = [&] { return queue.InsertParameterData(&slot, kSps.data(), 20, kPps.data(), 6); };
+        EXPECT_EQ(insert(), 0);
+        EXPECT_EQ(Held(slot), kDelimiter + kSps + kPps + kSlice);
+        EXPECT_EQ(slot.capacity, std::max(capacity, 39u));
+        EXPECT_EQ(insert(), 0);
+        EXPECT_EQ(Held(slot), kDelimiter + kSps + kPps + kSps + kPps + kSlice);
+        EXPECT_EQ(slot.capacity, std::max(capacity, 65u));
+        EXPECT_TRUE(slot.audStart == 0 && slot.audLength == 6 && slot.keyFrame == 1);
+        EXPECT_EQ(queue.tailScratchCapacity, 33u);
+    }
+}
+
+TEST(VideoQueue, AvcParameterSetsGoToTheFrontWithoutADelimiterAndBehindALaterOne)
+{
+    const struct {
+        Bytes held;
+        u32 audStart, audLength;
+        Bytes expected;
+    } rows[] = {{kSlice, 0, 0, kSps + kPps + kSlice},
+                {kSlice + kDelimiter, 7, 6, kSlice + kDelimiter + kSps + kPps},
+                {kSlice + kDelimiter + kSlice, 7, 6, kSlice + kDelimiter + kSps + kPps + kSlice},
+                {Bytes{}, 0, 0, kSps + kPps}};
+    for (const auto& row : rows) {
+        Queue queue(1, 8);
+        VideoQueueInfo& slot = queue.Next();
+        queue.Store(slot, row.held);
+        slot.audStart = row.audStart;
+        slot.audLength = row.audLength;
+        EXPECT_EQ(queue.InsertParameterData(&slot, kSps.data(), 20, kPps.data(), 6), 0);
+        EXPECT_EQ(Held(slot), row.expected);
+        EXPECT_TRUE(slot.audStart == row.audStart && slot.audLength == row.audLength);
+    }
+}
+
+TEST(VideoQueue, HevcParameterSetsGoInFrontOfEverything)
+{
+    for (const u32 capacity : {13u, 55u, 56u, 200u}) {
+        Queue queue(1, capacity);
+        VideoQueueInfo& slot = queue.Next();
+        const auto insert = [&](u32 vpsSize) {
+            return queue.InsertHEVCParameterData(&slot, kVps.data(), vpsSize, kSps.data(), 20, kPps.data(),
+                                                 6);
+        };
+        queue.Store(slot, kDelimiter + kSlice);
+        slot.audLength = 6;
+        EXPECT_EQ(insert(17), 0);
+        EXPECT_EQ(Held(slot), kVps + kSps + kPps + kDelimiter + kSlice);
+        EXPECT_EQ(slot.capacity, std::max(capacity, 56u));
+        EXPECT_TRUE(slot.audStart == 0 && slot.audLength == 6 && slot.keyFrame == 0);
+        EXPECT_EQ(insert(0), 0);
+        EXPECT_EQ(Held(slot), kSps + kPps + kVps + kSps + kPps + kDelimiter + kSlice);
+    }
+}
+
+} // namespace

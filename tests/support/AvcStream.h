@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: MIT
+// Builders of H.264 NAL units. Members carry the names of the syntax elements and stand in their order, so
+// that a test names just what it is about: Sps{.profile_idc = 100, .frame_mbs_only_flag = 0}. A builder turns
+// into bytes where bytes are asked for.
+#pragma once
+
+#include "BitWriter.h"
+
+#include <optional>
+
+namespace avctest {
+
+inline Bytes Nal(u32 nal_unit_type, const Bytes& payload, u32 nal_ref_idc = 0, u32 startCodeSize = 4)
+{
+    return NalUnitOf(Bytes{static_cast<u8>(nal_ref_idc << 5 | nal_unit_type)} + payload, startCodeSize);
+}
+
+struct Delimiter {
+    u32 primary_pic_type = 7;
+
+    operator Bytes() const { return Nal(9, BitWriter().u(3, primary_pic_type).TrailingBits().Take()); }
+};
+
+struct Sei {
+    Bytes message = "06 01 c4"_bytes; // recovery point
+
+    operator Bytes() const { return Nal(6, message + "80"_bytes); }
+};
+
+struct VideoSignal {
+    u32 video_format = 5, video_full_range_flag = 0, colour_description_present_flag = 0;
+    u32 colour_primaries = 2, transfer_characteristics = 2, matrix_coefficients = 2;
+};
+
+struct Timing {
+    u32 num_units_in_tick = 1, time_scale = 50;
+};
+
+struct Vui {
+    std::optional<u32> aspect_ratio_idc = {};
+    u32 sar_width = 1, sar_height = 1;
+    std::optional<u32> overscan_appropriate_flag = {};
+    std::optional<VideoSignal> signal = {};
+    std::optional<u32> chroma_sample_loc_type = {}; // of both fields
+    std::optional<Timing> timing = {};
+
+    void Write(BitWriter& out) const
+    {
+        out.Optional(aspect_ratio_idc, [&](u32 idc) { out.u(8, idc); });
+        if (aspect_ratio_idc == 255)
+            out.u(16, sar_width).u(16, sar_height);
+        out.Optional(overscan_appropriate_flag, [&](u32 flag) { out.u(1, flag); });
+        out.Optional(signal, [&](const VideoSignal& s) {
+            out.u(3, s.video_format).u(1, s.video_full_range_flag).u(1, s.colour_description_present_flag);
+            if (s.colour_description_present_flag != 0)
+                out.u(8, s.colour_primaries).u(8, s.transfer_characteristics).u(8, s.matrix_coefficients);
+        });
+        out.Optional(chroma_sample_loc_type, [&](u32 type) { out.ue(type).ue(type); });
+        out.Optional(timing, [&](Timing t) { out.u(32, t.num_units_in_tick).u(32, t.time_scale).u(1, 1); });
+        out.u(4, 0); // no HRD parameters, pic_struct_present_flag, bitstream_restriction_flag
+    }
+};
+
+struct Cropping {
+    u32 left = 0, right = 0, top = 0, bottom = 0;
+};
+
+// delta_scale values of one list; nothing for seq_scaling_list_present_flag 0.
+using ScalingList = std::optional<std::vector<i32>>;
+
+struct Sps {
+    u32 profile_idc = 66, constraint_flags = 0, level_idc = 30, seq_parameter_set_id = 0;
+    bool chroma_format = false; // whether the profile has the next three
+    u32 chroma_format_idc = 1, separate_colour_plane_flag = 0;
+    std::vector<ScalingList> scaling_lists = {};
+    u32 log2_max_frame_num_minus4 = 0;
+    u32 pic_order_cnt_type = 0, log2_max_pic_order_cnt_lsb_minus4 = 0, delta_pic_order_always_zero_flag = 0;
+    std::vector<i32> offset_for_ref_frame = {};
+    u32 gaps_in_frame_num_value_allowed_flag = 0;
+    u32 pic_width_in_mbs = 4, pic_height_in_map_units = 4, frame_mbs_only_flag = 1;
+    std::optional<Cropping> crop = {};
+    std::optional<Vui> vui = {};
+
+    operator Bytes() const { return Nal(7, Payload(), 3); }
+
+    // seq_parameter_set_rbsp()
+    Bytes Payload() const
+    {
+        BitWriter out;
+        out.u(8, profile_idc).u(8, constraint_flags).u(8, level_idc).ue(seq_parameter_set_id);
+        if (chroma_format)
+            WriteChromaFormat(out);
+        out.ue(log2_max_frame_num_minus4).ue(pic_order_cnt_type);
+        if (pic_order_cnt_type == 0) {
+            out.ue(log2_max_pic_order_cnt_lsb_minus4);
+        } else if (pic_order_cnt_type == 1) {
+            out.u(1, delta_pic_order_always_zero_flag).se(-3).se(2).ue(offset_for_ref_frame.size());
+            for (const i32 offset : offset_for_ref_frame)
+                out.se(offset);
+        }
+        out.ue(1).u(1, gaps_in_frame_num_value_allowed_flag); // max_num_ref_frames
+        out.ue(pic_width_in_mbs - 1).ue(pic_height_in_map_units - 1).u(1, frame_mbs_only_flag);
+        out.u(frame_mbs_only_flag == 0 ? 1 : 0, 1)
+            .u(1, 1); // mb_adaptive_frame_field_, direct_8x8_inference_flag
+        out.Optional(crop, [&](Cropping c) { out.ue(c.left).ue(c.right).ue(c.top).ue(c.bottom); });
+        out.Optional(vui, [&](const Vui& v) { v.Write(out); });
+        return out.TrailingBits().Take();
+    }
+
+private:
+    void WriteChromaFormat(BitWriter& out) const
+    {
+        out.ue(chroma_format_idc).u(chroma_format_idc == 3 ? 1 : 0, separate_colour_plane_flag);
+        out.ue(2).ue(1).u(1, 0); // bit depths, qpprime_y_zero_transform_bypass_flag
+        out.u(1, !scaling_lists.empty());
+        for (const ScalingList& list : scaling_lists)
+            out.Optional(list, [&](const std::vector<i32>& deltas) {
+                for (const i32 delta_scale : deltas)
+                    out.se(delta_scale);
+            });
+    }
+};
+
+struct Pps {
+    u32 pic_parameter_set_id = 0, seq_parameter_set_id = 0, entropy_coding_mode_flag = 0;
+    u32 bottom_field_pic_order_in_frame_present_flag = 0;
+
+    operator Bytes() const
+    {
+        BitWriter out;
+        out.ue(pic_parameter_set_id).ue(seq_parameter_set_id).u(1, entropy_coding_mode_flag);
+        out.u(1, bottom_field_pic_order_in_frame_present_flag);
+        out.ue(0).ue(0).ue(0).u(3, 0).se(0).se(0).se(0).u(3, 0); // one slice group; no prediction weights
+        return Nal(8, out.TrailingBits().Take(), 3);
+    }
+};
+
+constexpr u32 kIdr = 5;
+
+// A slice of nal_unit_type 1, 2 or 5, in a stream of the parameter sets `sps` and `pps`.
+struct Slice {
+    Sps sps = {};
+    Pps pps = {};
+    u32 nal_unit_type = 1, nal_ref_idc = 2;
+    u32 first_mb_in_slice = 0, slice_type = 7, colour_plane_id = 0, frame_num = 0;
+    u32 field_pic_flag = 0, bottom_field_flag = 0;
+    u32 idr_pic_id = 0, pic_order_cnt_lsb = 0;
+    i32 delta_pic_order_cnt_bottom = 0, delta_pic_order_cnt[2] = {0, 0};
+    Bytes data = "aa bb cc"_bytes; // stands for the rest
+    u32 startCodeSize = 4;
+
+    operator Bytes() const
+    {
+        BitWriter out;
+        out.ue(first_mb_in_slice).ue(slice_type).ue(pps.pic_parameter_set_id);
+        out.u(sps.separate_colour_plane_flag != 0 ? 2 : 0, colour_plane_id);
+        out.u(sps.log2_max_frame_num_minus4 + 4, frame_num);
+        out.u(sps.frame_mbs_only_flag == 0 ? 1 : 0, field_pic_flag).u(field_pic_flag, bottom_field_flag);
+        if (nal_unit_type == kIdr)
+            out.ue(idr_pic_id);
+        const bool bottom = pps.bottom_field_pic_order_in_frame_present_flag != 0 && field_pic_flag == 0;
+        if (sps.pic_order_cnt_type == 0) {
+            out.u(sps.log2_max_pic_order_cnt_lsb_minus4 + 4, pic_order_cnt_lsb);
+            if (bottom)
+                out.se(delta_pic_order_cnt_bottom);
+        } else if (sps.pic_order_cnt_type == 1 && sps.delta_pic_order_always_zero_flag == 0) {
+            out.se(delta_pic_order_cnt[0]);
+            if (bottom)
+                out.se(delta_pic_order_cnt[1]);
+        }
+        out.ue(1); // what follows in the header does not read as 0
+        return Nal(nal_unit_type, out.TrailingBits().Take() + data, nal_ref_idc, startCodeSize);
+    }
+};
+
+} // namespace avctest

@@ -113,6 +113,8 @@ TEST(Handles, ReleasingAnObjectTwiceFreesOnce)
     parser.Release();
 
     ASSERT_EQ(parser.UserDataCreate(), 0);
+    EXPECT_TRUE(parser.userFrameBuffer != nullptr && parser.seiKeepBuffer != nullptr);
+    EXPECT_TRUE(parser.seiEscapeBuffer != nullptr && parser.rbspBuffer != nullptr);
     parser.UserDataRelease();
     EXPECT_TRUE(parser.userDataBuffer == nullptr && parser.removeFrameBuffer == nullptr);
     parser.UserDataRelease();

@@ -11,7 +11,7 @@ int main()
                                    0x40, 0,    0, 1, 0x68, 0xCE, 6,    0,    0,    1,    0x65,
                                    0xB8, 0x40, 0, 0, 1,    0x65, 0xB8, 0x40, 0x80};
     void* handle = nullptr;
-    VideoInfo info;
+    VideoInfo info = {};
     const bool read = ParseCreate(&handle, VideoCodecAVC, 0, 0) == 0 &&
                       ParseVideoParams(handle, stream, sizeof stream, &info) == 0 && info.frameAvailable == 1;
     const bool right = read && info.frameSize == 24 && info.keyFrame == 1 && info.frameData[4] == 0x67;

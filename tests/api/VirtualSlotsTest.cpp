@@ -3,6 +3,7 @@
 #include "nalsmith/nalsmith.h"
 #include "parser/VideoParams.h"
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <vector>
 
@@ -57,7 +58,9 @@ Status CallSlot(CParserBase& object, std::size_t slot, u64 a = 0, u64 b = 0, u64
                 u64 f = 0)
 {
     using Operation = Status (*)(CParserBase*, u64, u64, u64, u64, u64, u64);
-    return (*reinterpret_cast<Operation**>(&object))[slot](&object, a, b, c, d, e, f);
+    Operation* table = nullptr;
+    std::memcpy(&table, static_cast<const void*>(&object), sizeof table);
+    return table[slot](&object, a, b, c, d, e, f);
 }
 
 TEST(VirtualSlots, OperationsStandInTheirOrder)

@@ -50,9 +50,9 @@ TEST(BitReader, ReadsFieldsOfAllWidthsAtAllPositions)
 TEST(BitReader, ExpGolombCodesUpToTheirExtremes)
 {
     const struct {
-        u32 ue;
-        i32 se;
-        BitWriter code;
+        u32 ue = 0;
+        i32 se = 0;
+        BitWriter code = {};
     } rows[] = {
         {0, 0, BitWriter().u(1, 1)},
         {1, 1, BitWriter().u(3, 2)},
@@ -112,7 +112,7 @@ TEST(BitReader, SkippingEqualsReading)
 {
     BitWriter writer;
     for (u32 i = 0; i < 40; ++i)
-        writer.ue(i * i * 37);
+        writer.ue(u64{i} * i * 37);
     for (const u32 count : {0u, 1u, 7u, 39u, 40u, 41u, 1000u}) {
         Reader read(writer.Take()), skip(writer.Take()), skipSigned(writer.Take()), bits(writer.Take());
         for (u32 i = 0; i < count; ++i)

@@ -10,7 +10,7 @@ namespace {
 
 using namespace avctest;
 
-// Everything that grows, grows: slots and spare of 16 bytes, both retained sets, the payload scratch, the
+// Everything that grows, grows: slots and spare of 4 bytes, both retained sets, the payload scratch, the
 // insertion scratch. The last unit is a key frame that needs parameter sets.
 std::vector<Bytes> NalUnits()
 {
@@ -40,7 +40,7 @@ public:
     // False when the handle could not be made.
     bool Create()
     {
-        const Status status = watch_.During([&] { return ParseCreate(&handle_, VideoCodecAVC, 2, 16); });
+        const Status status = watch_.During([&] { return ParseCreate(&handle_, VideoCodecAVC, 2, 4); });
         EXPECT_EQ(status, watch_.Failures() != 0 ? -1 : 0);
         EXPECT_EQ(handle_ == nullptr, watch_.Failures() != 0);
         return handle_ != nullptr;
@@ -69,7 +69,7 @@ private:
     Status Call(const u8* data, u32 size)
     {
         const u64 before = watch_.Failures();
-        VideoInfo info;
+        VideoInfo info = UnwrittenInfo();
         const Status status = watch_.During([&] { return ParseVideoParams(handle_, data, size, &info); });
         // Only a record that finds no memory is no failure of the call.
         if (const bool failed = watch_.Failures() != before; !failed || KnowsParameterSets()) {

@@ -86,7 +86,7 @@ TEST(DamagedInput, NothingBehindTheBufferIsRead)
     handle.Feed(SmallStream());
     for (const Bytes& content : contents)
         for (u32 size = 0; size <= 64; ++size) {
-            VideoInfo info;
+            VideoInfo info = UnwrittenInfo();
             const Bytes piece = content.From(0, size);
             const bool noStartCode = size > 4 && CParserBase::GetStartCode(piece.data(), size) == nullptr;
             EXPECT_EQ(ParseVideoParams(handle.Get(), page.Put(piece), size, &info), noStartCode ? -1 : 0)

@@ -24,7 +24,7 @@ Bytes AccessUnitOf(const Bytes& unit, std::size_t size)
 u64 WorkFor(const Bytes& stream)
 {
     const ParsingHandle handle(VideoCodecAVC, 2, 1000);
-    VideoInfo info;
+    VideoInfo info = UnwrittenInfo();
     AllocationWatch watch;
     watch.During([&] {
         ParseVideoParams(handle.Get(), stream.data(), stream.Size(), &info);

@@ -37,6 +37,8 @@ bool AllocationWatch::Refuse(u64 size, u64 copied)
     return refused;
 }
 
+// The names are the linker's.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
@@ -52,6 +54,7 @@ void* __wrap_realloc(void* block, std::size_t size)
     return Refused(size, held) ? nullptr : __real_realloc(block, size);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {

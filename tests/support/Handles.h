@@ -59,6 +59,7 @@ public:
     void* Get() const { return handle_; }
     CParserBase& Base() const { return *static_cast<CParserBase*>(handle_); }
     CParseAVCParams& Avc() const { return static_cast<CParseAVCParams&>(Base()); }
+    CParseHEVCParams& Hevc() const { return static_cast<CParseHEVCParams&>(Base()); }
 
     // The piece is gone when the call is over.
     Reported Feed(const Bytes& piece) const { return Call(piece.Exact().get(), piece.Size()); }

@@ -84,6 +84,13 @@ TEST(Layout, Parsers)
                   M(ppsNal, 8), M(spsCapacity, 4), M(ppsCapacity, 4), M(spsNalSize, 4), M(ppsNalSize, 4),
                   M(prevRefFrameNum, 4), M(curFrameNum, 4), M(maxFrameNum, 4), M(gapsAllowed, 4),
                   M(firstFieldIsTop, 4), M(firstFieldGap, 4));
+    EXPECT_LAYOUT(CParseHEVCParams, sizeof(CParserBase), M(vpsTable, 16 * 8), M(spsTable, 32 * 8),
+                  M(ppsTable, 256 * 8), M(vpsNal, 8), M(spsNal, 8), M(ppsNal, 8), M(vpsCapacity, 4),
+                  M(spsCapacity, 4), M(ppsCapacity, 4), M(vpsNalSize, 4), M(spsNalSize, 4), M(ppsNalSize, 4),
+                  M(firstSlice, 4), M(currentSlot, 8), M(currentInfo, 72), M(pendingSlot, 8),
+                  M(pendingInfo, 72), M(prevTid0Poc, 4), M(picOrderCnt, 4));
+    static_assert(std::is_signed_v<decltype(CParseHEVCParams::prevTid0Poc)>);
+    static_assert(std::is_signed_v<decltype(CParseHEVCParams::picOrderCnt)>);
 }
 
 TEST(Layout, KeptRecords)
@@ -98,6 +105,7 @@ TEST(Layout, KeptRecords)
                   M(frame_num, 4), M(field_pic_flag, 4), M(bottom_field_flag, 4), M(nal_ref_idc, 4),
                   M(IdrPicFlag, 4), M(idr_pic_id, 4), M(pic_order_cnt_lsb, 4),
                   M(delta_pic_order_cnt_bottom, 4), M(delta_pic_order_cnt, 2 * 4));
+    EXPECT_LAYOUT(HevcVpsRecord, 0, M(vps_video_parameter_set_id, 4));
     EXPECT_LAYOUT(HevcSpsRecord, 0, M(sps_video_parameter_set_id, 4), M(sps_seq_parameter_set_id, 4),
                   M(separate_colour_plane_flag, 4), M(log2_max_pic_order_cnt_lsb_minus4, 4),
                   M(log2_min_luma_coding_block_size_minus3, 4),
@@ -117,6 +125,10 @@ TEST(Layout, InitialValues)
     EXPECT_TRUE(parser.seiKeepBufferSize == 1024 && parser.seiEscapeBufferSize == 1024);
     EXPECT_TRUE(parser.removeFrameBufferSize == 100000 && parser.rbspBufferSize == 1024);
     EXPECT_TRUE(parser.spsCapacity == 10 && parser.ppsCapacity == 10 && parser.firstSlice == 1);
+    const CParseHEVCParams hevc;
+    EXPECT_TRUE(hevc.vpsCapacity == 10 && hevc.spsCapacity == 10 && hevc.ppsCapacity == 10);
+    EXPECT_TRUE(hevc.firstSlice == 1 && hevc.prevTid0Poc == 0 && hevc.picOrderCnt == 0);
+    EXPECT_TRUE(hevc.vpsNal == nullptr && hevc.currentSlot == nullptr && hevc.pendingSlot == nullptr);
 }
 
 } // namespace

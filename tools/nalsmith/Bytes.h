@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 
 namespace host {
 
@@ -11,5 +12,8 @@ struct ByteView {
     const std::uint8_t* data = nullptr;
     std::size_t size = 0;
 };
+
+// Sees bytes go by.
+using ByteObserver = std::function<void(ByteView bytes)>;
 
 } // namespace host

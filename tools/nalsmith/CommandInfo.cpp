@@ -120,7 +120,8 @@ ExitStatus Describe(const StreamOptions& options)
 {
     Input input(options.file);
     Summary summary;
-    StreamReader reader(input, options.Codec(), [&summary](ByteView nal) { summary.AddNalUnit(nal); });
+    StreamReader reader(input, options.Codec(),
+                        {[&](ByteView nal) { summary.AddNalUnit(reader.Codec(), nal); }, {}});
     while (const VideoInfo* unit = reader.Next())
         summary.AddAccessUnit(*unit);
     if (options.json)

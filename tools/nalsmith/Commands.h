@@ -17,5 +17,14 @@ struct Command {
 
 Command MakeInfoCommand(CLI::App& program);
 Command MakeUnitsCommand(CLI::App& program);
+Command MakeNalsCommand(CLI::App& program);
+Command MakeCheckCommand(CLI::App& program);
+Command MakeParamsCommand(CLI::App& program);
+Command MakeUserdataAddCommand(CLI::App& program);
+Command MakeUserdataGetCommand(CLI::App& program);
+Command MakeUserdataRemoveCommand(CLI::App& program);
+
+// `nalsmith userdata`, which groups the last three.
+CLI::App& UserdataGroup(CLI::App& program);
 
 } // namespace host

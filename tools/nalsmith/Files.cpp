@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -45,6 +46,23 @@ std::size_t Input::Read(std::uint8_t* to, std::size_t size)
     ended_ = got == 0;
     bytesRead_ += static_cast<std::uint64_t>(got);
     return static_cast<std::size_t>(got);
+}
+
+std::vector<std::uint8_t> ReadAll(const std::string& path)
+{
+    constexpr std::size_t kBlock = std::size_t{64} << 10;
+    constexpr std::size_t kLargest = std::size_t{256} << 20;
+    Input input(path);
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t size = 0, got = 1; got != 0; size += got) {
+        if (size > kLargest)
+            throw Failure(ExitStatus::BadInput,
+                          fmt::format("{}: larger than {} bytes", input.Name(), kLargest));
+        bytes.resize(size + kBlock);
+        got = input.Read(bytes.data() + size, kBlock);
+        bytes.resize(size + got);
+    }
+    return bytes;
 }
 
 } // namespace host

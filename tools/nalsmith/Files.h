@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -30,5 +31,8 @@ private:
     bool ended_ = false;
     std::uint64_t bytesRead_ = 0;
 };
+
+// All of a file, or of the standard input. One that is larger than is sensible ends the run.
+std::vector<std::uint8_t> ReadAll(const std::string& path);
 
 } // namespace host

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <new>
+#include <utility>
 
 namespace host {
 namespace {
@@ -21,7 +22,7 @@ constexpr std::size_t kZerosOfStartCode = 3;
 
 } // namespace
 
-NalCutter::NalCutter(Input& input) : input_(input)
+NalCutter::NalCutter(Input& input, ByteObserver leading) : input_(input), leading_(std::move(leading))
 {
     Grow();
 }
@@ -47,13 +48,21 @@ bool NalCutter::SkipToFirstStartCode()
 {
     for (;;) {
         if (const auto found = FindStartCode()) {
+            SkipTo(*found);
             next_ = *found;
             return true;
         }
-        unit_ = std::max(unit_, end_ - std::min(end_, kZerosOfStartCode));
+        SkipTo(std::max(unit_, end_ - std::min(end_, kZerosOfStartCode)));
         if (!ReadBlock())
             return false;
     }
+}
+
+void NalCutter::SkipTo(std::size_t position)
+{
+    if (leading_ && position != unit_)
+        leading_({buffer_.get() + unit_, position - unit_});
+    unit_ = position;
 }
 
 // Goes from one 01 to the next and looks at the zeros in front of it. Each byte is searched once.
@@ -129,6 +138,13 @@ ByteView WithoutStartCode(ByteView nal)
 {
     const std::size_t startCode = nal.data[2] == 1 ? 3 : 4;
     return {nal.data + startCode, nal.size - startCode};
+}
+
+ByteView WithoutTrailingZeros(ByteView unit)
+{
+    while (unit.size != 0 && unit.data[unit.size - 1] == 0)
+        --unit.size;
+    return unit;
 }
 
 } // namespace host

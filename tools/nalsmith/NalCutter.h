@@ -20,10 +20,11 @@ constexpr std::size_t kLargestNalUnit = std::size_t{1} << 30;
 
 class NalCutter {
 public:
-    explicit NalCutter(Input& input);
+    // `leading`, when given, sees the bytes before the first start code, piece by piece.
+    explicit NalCutter(Input& input, ByteObserver leading = {});
 
     // The next NAL unit, from its start code up to the next one or the end of the input; none at the end.
-    // Bytes before the first start code are skipped. The bytes are valid until the next call.
+    // The bytes are valid until the next call.
     std::optional<ByteView> Next();
 
 private:
@@ -32,6 +33,7 @@ private:
     };
 
     bool SkipToFirstStartCode();
+    void SkipTo(std::size_t position);
     std::optional<std::size_t> FindStartCode();
     bool ReadBlock();
     void MakeRoomForBlock();
@@ -40,6 +42,7 @@ private:
     void CheckSize(std::size_t size) const;
 
     Input& input_;
+    ByteObserver leading_;
     std::unique_ptr<std::uint8_t, Free> buffer_;
     std::size_t capacity_ = 0;
     std::uint64_t bufferOffset_ = 0; // where buffer_[0] is in the input
@@ -52,5 +55,8 @@ private:
 
 // The NAL unit behind its start code.
 ByteView WithoutStartCode(ByteView nal);
+
+// Without the zero bytes behind it, which belong to the byte stream (H.264 B.1.1, H.265 B.2.1).
+ByteView WithoutTrailingZeros(ByteView unit);
 
 } // namespace host

@@ -61,6 +61,13 @@ void JsonDocument(const Json& json)
     Write(Dump(json, 2));
 }
 
+void Remark(std::string_view text)
+{
+    const std::string lines = std::string(text) + '\n';
+    std::fflush(stdout); // comes behind what has been printed
+    std::fwrite(lines.data(), 1, lines.size(), stderr);
+}
+
 void Finish()
 {
     if (std::fflush(stdout) != 0)

@@ -29,6 +29,9 @@ void Row(std::string_view name, std::string_view value);
 void JsonLine(const Json& json);
 void JsonDocument(const Json& json);
 
+// Lines on the standard error output, as they are: what a command sums up beside its output.
+void Remark(std::string_view text);
+
 // To be called once all is written.
 void Finish();
 

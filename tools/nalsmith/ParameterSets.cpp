@@ -2,6 +2,7 @@
 #include "ParameterSets.h"
 
 #include "NalCutter.h"
+#include "NalHeader.h"
 
 #include <functional>
 #include <optional>
@@ -11,53 +12,101 @@ namespace host {
 namespace {
 
 constexpr unsigned kAvcSps = 7;
-constexpr unsigned kAvcPps = 8;
+constexpr unsigned kHevcVps = 32;
+constexpr unsigned kHevcSps = 33;
 
-// The bits of a NAL unit, without the bytes that keep start codes out of it (H.264 7.4.1). The ids stand in
-// the first few bytes.
+// The bits of a NAL unit, without the bytes that keep start codes out of it (H.264 7.4.1). 0 behind the end.
 class BitReader {
 public:
-    BitReader(ByteView unit, std::size_t from)
+    explicit BitReader(ByteView unit)
     {
         for (std::size_t i = 0; i < unit.size && bytes_.size() < kEnough; ++i)
             if (i < 2 || unit.data[i] != 3 || unit.data[i - 1] != 0 || unit.data[i - 2] != 0)
                 bytes_.push_back(unit.data[i]);
-        position_ = from * 8;
     }
 
-    // ue(v), H.264 9.1; none when the data ends before it does.
-    std::optional<std::uint32_t> ReadUe()
+    void Skip(std::size_t bits) { position_ += bits; }
+
+    std::uint32_t Read(unsigned bits)
+    {
+        std::uint32_t value = 0;
+        for (unsigned i = 0; i < bits; ++i)
+            value = value << 1 | ReadBit();
+        return value;
+    }
+
+    // ue(v), H.264 9.1. It has no value of more than 32 bits.
+    std::uint32_t ReadUe()
     {
         unsigned zeros = 0;
         while (zeros < 32 && ReadBit() == 0)
             ++zeros;
-        if (zeros == 32)
-            return std::nullopt;
-        std::uint32_t value = 1;
-        for (unsigned i = 0; i < zeros; ++i)
-            value = value << 1 | ReadBit();
-        return position_ <= bytes_.size() * 8 ? std::optional(value - 1) : std::nullopt;
+        return (zeros < 32 ? std::uint32_t{1} << zeros : 0) - 1 + Read(zeros);
     }
 
-private:
-    static constexpr std::size_t kEnough = 32;
+    bool PastEnd() const { return position_ > bytes_.size() * 8; }
 
-    // 0 behind the end of the data.
-    unsigned ReadBit()
+private:
+    // An H.265 SPS with seven sub-layers has its id behind 81 bytes.
+    static constexpr std::size_t kEnough = 96;
+
+    std::uint32_t ReadBit()
     {
         const std::size_t at = position_++;
-        return at / 8 < bytes_.size() ? bytes_[at / 8] >> (7 - at % 8) & 1u : 0;
+        return at / 8 < bytes_.size() ? bytes_[at / 8] >> (7 - at % 8) & 1U : 0;
     }
 
     std::vector<std::uint8_t> bytes_;
-    std::size_t position_;
+    std::size_t position_ = 0;
 };
 
-ByteView WithoutTrailingZeros(ByteView unit)
+// profile_tier_level(1, maxNumSubLayersMinus1), H.265 7.3.3.
+void SkipProfileTierLevel(BitReader& reader, unsigned maxNumSubLayersMinus1)
 {
-    while (unit.size != 0 && unit.data[unit.size - 1] == 0)
-        --unit.size;
-    return unit;
+    constexpr unsigned kProfileBits = 88;
+    constexpr unsigned kLevelBits = 8;
+    reader.Skip(kProfileBits + kLevelBits);
+    if (maxNumSubLayersMinus1 == 0)
+        return;
+    std::size_t subLayerBits = 0;
+    for (unsigned i = 0; i < 8; ++i) { // the flags of layers that are not there are reserved bits
+        const bool sub_layer_profile_present_flag = reader.Read(1) != 0;
+        const bool sub_layer_level_present_flag = reader.Read(1) != 0;
+        if (i < maxNumSubLayersMinus1)
+            subLayerBits += (sub_layer_profile_present_flag ? kProfileBits : 0) +
+                            (sub_layer_level_present_flag ? kLevelBits : 0);
+    }
+    reader.Skip(subLayerBits);
+}
+
+// The id of a parameter set. Others' ids may come before it.
+std::uint32_t ReadAvcId(BitReader& reader, unsigned nal_unit_type)
+{
+    reader.Skip(8);
+    if (nal_unit_type == kAvcSps)
+        reader.Skip(24); // profile, constraint flags, level
+    return reader.ReadUe();
+}
+
+std::uint32_t ReadHevcId(BitReader& reader, unsigned nal_unit_type)
+{
+    reader.Skip(16);
+    if (nal_unit_type == kHevcVps)
+        return reader.Read(4);
+    if (nal_unit_type == kHevcSps) {
+        reader.Skip(4); // sps_video_parameter_set_id
+        const unsigned sps_max_sub_layers_minus1 = reader.Read(3);
+        reader.Skip(1); // sps_temporal_id_nesting_flag
+        SkipProfileTierLevel(reader, sps_max_sub_layers_minus1);
+    }
+    return reader.ReadUe();
+}
+
+const char* KindOf(VideoCodecType codec, unsigned nal_unit_type)
+{
+    if (codec == VideoCodecHEVC && nal_unit_type == kHevcVps)
+        return "VPS";
+    return nal_unit_type == (codec == VideoCodecAVC ? kAvcSps : kHevcSps) ? "SPS" : "PPS";
 }
 
 std::uint64_t HashOf(ByteView unit)
@@ -67,22 +116,22 @@ std::uint64_t HashOf(ByteView unit)
 
 } // namespace
 
-void ParameterSets::AddAvc(ByteView nal)
+bool ParameterSets::Add(VideoCodecType codec, ByteView nal)
 {
+    const auto header = ReadNalHeader(codec, nal);
+    if (!header || header->forbidden_zero_bit || !IsParameterSet(codec, header->nal_unit_type))
+        return false;
+    const unsigned type = header->nal_unit_type;
     const ByteView unit = WithoutTrailingZeros(WithoutStartCode(nal));
-    const unsigned header = unit.size != 0 ? unit.data[0] : 0;
-    const unsigned type = header & 31;
-    const bool forbidden_zero_bit = (header & 0x80) != 0;
-    if (forbidden_zero_bit || (type != kAvcSps && type != kAvcPps))
-        return;
-    // The id follows the header; in an SPS three bytes of profile and level are between them.
-    const auto id = BitReader(unit, type == kAvcSps ? 4 : 1).ReadUe();
-    if (!id)
-        return;
-    const auto [place, isNew] = places_.try_emplace({type, *id, unit.size, HashOf(unit)}, sets_.size());
+    BitReader reader(unit);
+    const std::uint32_t id = codec == VideoCodecAVC ? ReadAvcId(reader, type) : ReadHevcId(reader, type);
+    if (reader.PastEnd())
+        return false;
+    const auto [place, isNew] = places_.try_emplace({type, id, unit.size, HashOf(unit)}, sets_.size());
     if (isNew)
-        sets_.push_back({type == kAvcSps ? "SPS" : "PPS", *id, unit.size, 0});
+        sets_.push_back({KindOf(codec, type), id, unit.size, 0});
     ++sets_[place->second].sent;
+    return isNew;
 }
 
 } // namespace host

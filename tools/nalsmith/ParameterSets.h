@@ -4,6 +4,8 @@
 
 #include "Bytes.h"
 
+#include <nalsmith/nalsmith.h>
+
 #include <cstdint>
 #include <map>
 #include <tuple>
@@ -12,8 +14,8 @@
 namespace host {
 
 struct ParameterSet {
-    const char* kind;   // "SPS", "PPS"
-    std::uint32_t id;   // seq_parameter_set_id, pic_parameter_set_id
+    const char* kind;   // "VPS", "SPS", "PPS"
+    std::uint32_t id;   // the one under which others refer to it
     std::size_t size;   // bytes, without start code and without zero bytes behind the NAL unit
     std::uint64_t sent; // how often the stream carries it, byte for byte
 };
@@ -21,8 +23,9 @@ struct ParameterSet {
 // Collects the distinct ones, in order of appearance. Keeps a hash of each, not its bytes.
 class ParameterSets {
 public:
-    // Takes in a NAL unit of an H.264 stream, start code included, of whatever type.
-    void AddAvc(ByteView nal);
+    // Takes in a NAL unit, start code included, of whatever type. True for a parameter set that was not there
+    // before: the last of All().
+    bool Add(VideoCodecType codec, ByteView nal);
 
     const std::vector<ParameterSet>& All() const { return sets_; }
 

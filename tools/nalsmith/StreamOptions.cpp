@@ -15,15 +15,25 @@ std::optional<VideoCodecType> StreamOptions::Codec() const
     return codec == KeyOf(VideoCodecAVC) ? VideoCodecAVC : VideoCodecHEVC;
 }
 
+void AddStreamOptions(CLI::App& parser, StreamOptions& options)
+{
+    parser.add_option("FILE", options.file, "H.264 or H.265 byte stream (Annex B); - is the standard input")
+        ->required();
+    parser
+        .add_option("--codec", options.codec, "What FILE holds: avc or hevc (default: found by its content)")
+        ->check(CLI::IsMember({KeyOf(VideoCodecAVC), KeyOf(VideoCodecHEVC)}));
+}
+
+CLI::Option* AddJsonOption(CLI::App& parser, StreamOptions& options)
+{
+    return parser.add_flag("--json", options.json, "Print JSON");
+}
+
 std::shared_ptr<const StreamOptions> AddStreamOptions(CLI::App& parser)
 {
     auto options = std::make_shared<StreamOptions>();
-    parser.add_option("FILE", options->file, "H.264 byte stream (Annex B); - is the standard input")
-        ->required();
-    parser.add_flag("--json", options->json, "Print JSON");
-    parser
-        .add_option("--codec", options->codec, "What FILE holds: avc or hevc (default: found by its content)")
-        ->check(CLI::IsMember({KeyOf(VideoCodecAVC), KeyOf(VideoCodecHEVC)}));
+    AddStreamOptions(parser, *options);
+    AddJsonOption(parser, *options);
     return options;
 }
 

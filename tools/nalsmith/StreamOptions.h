@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The command-line options that every command on a stream shares.
+// The command-line options that the commands on a stream share.
 #pragma once
 
 #include <nalsmith/nalsmith.h>
@@ -20,7 +20,11 @@ struct StreamOptions {
     std::optional<VideoCodecType> Codec() const;
 };
 
-// The options are filled in when the command line is parsed.
+// FILE and --codec, and --json. `options` is filled in when the command line is parsed.
+void AddStreamOptions(CLI::App& parser, StreamOptions& options);
+CLI::Option* AddJsonOption(CLI::App& parser, StreamOptions& options);
+
+// All three, for a command that has no others.
 std::shared_ptr<const StreamOptions> AddStreamOptions(CLI::App& parser);
 
 } // namespace host

@@ -5,65 +5,56 @@
 #pragma once
 
 #include "Bytes.h"
-#include "Codec.h"
 #include "Files.h"
-#include "NalCutter.h"
+#include "Handles.h"
+#include "NalSource.h"
 
 #include <nalsmith/nalsmith.h>
 
 #include <cstdint>
-#include <deque>
-#include <functional>
-#include <memory>
 #include <optional>
-#include <vector>
 
 namespace host {
 
 class StreamReader {
 public:
-    using NalObserver = std::function<void(ByteView nal)>;
+    // What sees the bytes of the stream go by, where given.
+    struct Observers {
+        ByteObserver nal;     // every NAL unit before the library reads it, start code included
+        ByteObserver leading; // the bytes before the first start code
+    };
 
-    // Without `codec` the first NAL units decide what the stream is read as. `observer`, when given, sees
-    // every NAL unit before the library does, start code included.
-    StreamReader(Input& input, std::optional<VideoCodecType> codec, NalObserver observer = {});
+    // Without `codec` the first NAL units decide what the stream is read as.
+    StreamReader(Input& input, std::optional<VideoCodecType> codec, Observers observers = {});
 
     // The next access unit, or null at the end. It is valid until the next call.
     const VideoInfo* Next();
 
-    VideoCodecType Codec() const { return codec_; }
-    std::uint64_t NalUnits() const { return nalUnits_; }
+    // Whether all has been read: the access unit at hand is the last.
+    bool AtEnd() const { return flushed_; }
+
+    VideoCodecType Codec() const { return nals_.Codec(); }
+    std::uint64_t NalUnits() const { return nals_.Count(); }
 
     // NAL units that the library answered with failure. Reading goes on behind them.
     std::uint64_t RefusedNalUnits() const { return refused_; }
 
 private:
-    struct ReleaseHandle {
-        void operator()(void* handle) const { ParseRelease(handle); }
-    };
-
-    VideoCodecType GuessCodec();
-    void Open();
-    std::optional<ByteView> NextNal();
     bool HandIn(ByteView nal);
     bool Flush();
     const VideoInfo* Report();
 
     Input& input_;
-    NalCutter cutter_;
-    NalObserver observer_;
-    std::deque<std::vector<std::uint8_t>> held_; // read for the guess, not yet handed in
-    std::vector<std::uint8_t> current_;          // the one of them that is being handed in
-    VideoCodecType codec_;
-    std::unique_ptr<void, ReleaseHandle> handle_;
+    ByteObserver observer_;
+    NalSource nals_;
+    ParsingHandle handle_;
     VideoInfo info_ = {};
-    std::uint64_t nalUnits_ = 0;
     std::uint64_t accessUnits_ = 0;
     std::uint64_t refused_ = 0;
     bool flushed_ = false;
 };
 
-// Tells of NAL units that the library refused, if any.
-void ComplainOfRefused(const Input& input, const StreamReader& reader);
+// Tells of NAL units that the library refused, if any, and what became of them.
+void ComplainOfRefused(const Input& input, const StreamReader& reader, const char* fate = "left out");
 
 } // namespace host

@@ -3,9 +3,9 @@
 
 namespace host {
 
-void Summary::AddNalUnit(ByteView nal)
+void Summary::AddNalUnit(VideoCodecType codec, ByteView nal)
 {
-    parameterSets_.AddAvc(nal);
+    parameterSets_.Add(codec, nal);
 }
 
 void Summary::AddAccessUnit(const VideoInfo& unit)

@@ -23,7 +23,7 @@ struct SequencePeriods {
 // Memory grows by four bytes for each access unit.
 class Summary {
 public:
-    void AddNalUnit(ByteView nal); // start code included
+    void AddNalUnit(VideoCodecType codec, ByteView nal); // start code included
     void AddAccessUnit(const VideoInfo& unit);
 
     std::uint64_t KeyFrames() const { return keyFrames_; }

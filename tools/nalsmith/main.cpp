@@ -14,8 +14,8 @@ namespace host {
 namespace {
 
 constexpr Command (*kCommands[])(CLI::App& program) = {
-    MakeInfoCommand,
-    MakeUnitsCommand,
+    MakeInfoCommand,   MakeUnitsCommand,       MakeNalsCommand,        MakeCheckCommand,
+    MakeParamsCommand, MakeUserdataAddCommand, MakeUserdataGetCommand, MakeUserdataRemoveCommand,
 };
 
 // Help and version are printed, everything else is one line of complaint.
@@ -33,7 +33,8 @@ ExitStatus EndAtCommandLine(const CLI::App& program, const CLI::ParseError& erro
 
 ExitStatus RunCommandLine(int argc, char** argv)
 {
-    CLI::App program("Access units and parameter sets of H.264 byte streams", "nalsmith");
+    CLI::App program("Access units, NAL units, parameter sets and user data of H.264 and H.265 byte streams",
+                     "nalsmith");
     program.set_version_flag("--version", "nalsmith " NALSMITH_VERSION);
     program.require_subcommand(1);
     program.footer(

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// User data in print: as text where it is some, else in Base64 (RFC 4648).
+#pragma once
+
+#include "Bytes.h"
+#include "Output.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace host {
+
+// Whether the bytes are UTF-8 without control characters.
+bool IsPrintableText(ByteView bytes);
+
+std::string EncodeBase64(ByteView bytes);
+
+// None when it is not Base64: padding belongs to it, blanks do not.
+std::optional<std::vector<std::uint8_t>> DecodeBase64(std::string_view text);
+
+} // namespace host

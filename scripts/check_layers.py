@@ -13,17 +13,19 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 SEARCH = ["", "src", "include"]  # "" is the folder of the including file
 SUPPORT, PUBLIC, QUEUE = "src/support", "include/nalsmith", "src/queue"
 OBJECTS, RECORDS, BITSTREAM = "src/parser", "src/parser/records", "src/parser/bitstream"
+BIT_READER = "src/parser/bitstream/BitReader.h"
 SYNTAX, STREAM, ACCESS_UNIT = "src/parser/syntax", "src/parser/stream", "src/parser/stream/AccessUnit"
 READER = [SUPPORT, RECORDS, OBJECTS]
-CODEC = READER + [BITSTREAM, SYNTAX, STREAM, ACCESS_UNIT]
+CODEC = READER + [BITSTREAM, BIT_READER, SYNTAX, STREAM, ACCESS_UNIT]
 ALLOWED = {
     PUBLIC: [],
     SUPPORT: [],
     QUEUE: [SUPPORT],
     RECORDS: [SUPPORT],
     OBJECTS: [SUPPORT, PUBLIC, QUEUE, RECORDS],
-    BITSTREAM: READER,
-    SYNTAX: READER,
+    BIT_READER: [SUPPORT],
+    BITSTREAM: READER + [BIT_READER],
+    SYNTAX: [SUPPORT, PUBLIC, BIT_READER],
     ACCESS_UNIT: [SUPPORT, PUBLIC, QUEUE, RECORDS],
     STREAM: [SUPPORT, RECORDS, BITSTREAM, ACCESS_UNIT],
     "src/parser/avc": CODEC,

@@ -4,6 +4,7 @@
 # Configuring asks for what the tests need too, so that belongs to every build.
 BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev libfmt-dev nlohmann-json3-dev libgtest-dev libgmock-dev python3"
 CHECK_PACKAGES="git clang-format-14 clang-tidy-14"
+BENCH_PACKAGES="libbenchmark-dev pkg-config libavcodec-dev"
 
 is_installed() {
     [ "$(dpkg-query --show --showformat '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

@@ -64,25 +64,26 @@ public:
     static const u8* GetStartCode(const u8* p, u32 n);
     Status GetNalData(const u8** nal, u32* nalSize, const u8** rbsp, u32* rbspSize);
     Status GetNalDataEx(const u8** nal, u32* nalSize);
-    Status NextNal(NalUnit& nal);   // clears the record first, so that the end is seen in it
-    Status NextNalEx(NalUnit& nal); // the same without the payload
-    bool Unescape(NalUnit& nal);    // adds the payload; false for lack of memory
+    // The same in a record that is cleared first, so that the end of the buffer is seen in it.
+    Status NextNal(NalUnit& nal);
+    Status NextNalEx(NalUnit& nal);  // without the payload
+    Status PeekNal(NalUnit& nal);    // without the end; the NAL unit stays the next
+    void EndNal(NalUnit& nal);       // finds the end of what PeekNal() found, and moves on
+    bool Unescape(NalUnit& nal);     // adds the payload; false for lack of memory
+    bool UnescapeHead(NalUnit& nal); // adds what a slice header may take of it
+    bool CompleteHead(NalUnit& nal); // adds the whole payload where the head did not suffice
 
     // bitstream/EmulationPrevention.cpp
     Status GetRbspData(const u8* src, u32 size, u8** out, u32* outSize);
     static Status AddEscape(const u8* src, u32 size, u8* dst, u32* outLen);
 
-    // bitstream/BitReader.cpp: behind the end of the data every bit is 0.
+    // bitstream/BitReader.cpp: behind the end of the data every bit is 0. Whole structures are read with
+    // bitstream::Reading.
     void InitReadData(const u8* data, u32 size);
     u32 ReadData(u32 n);
-    bool ReadFlag() { return ReadData(1) != 0; }
     u32 GetUE();
     i32 GetSE();
     Status GetDataPtr(u8** p) const;
-    bool DataLeft() const { return readRemaining != 0; }
-    void SkipBits(u64 n);
-    void SkipUE(u32 count); // ends with the data, whatever the count
-    void SkipSE(u32 count);
 
     // userdata/: one message built; the three operations of either codec.
     Status ArrangeUserData(const u8* data, u32 length);
@@ -172,9 +173,9 @@ public:
     Status ReadSliceHeaderData(VideoInfo* info, u32 nalUnitType, u32 nalRefIdc, int* newPicture);
 
     // avc/AvcStream.cpp: what stream::ReadPiece() asks for.
-    avc::NalHeader ReadNalHeader();
-    void RouteNalUnit(stream::AccessUnit& unit, const avc::NalHeader& header, const NalUnit& nal,
-                      VideoInfo& info);
+    avc::NalHeader ReadNalHeader(const NalUnit& nal);
+    Status ReadSlice(const avc::NalHeader& header, NalUnit& nal, int* newPicture);
+    void RouteNalUnit(stream::AccessUnit& unit, const avc::NalHeader& header, NalUnit& nal, VideoInfo& info);
     void CompleteAccessUnit(stream::AccessUnit& unit, VideoInfo& info);
 
     // Parameter sets by id.
@@ -233,9 +234,9 @@ public:
                                VideoInfoEx* sampleInfo);
 
     // hevc/HevcStream.cpp: what stream::ReadPiece() asks for.
-    hevc::NalHeader ReadNalHeader();
-    void RouteNalUnit(stream::AccessUnit& unit, const hevc::NalHeader& header, const NalUnit& nal,
-                      VideoInfo& info);
+    hevc::NalHeader ReadNalHeader(const NalUnit& nal);
+    Status ReadSlice(const hevc::NalHeader& header, NalUnit& nal, int* newPicture, VideoInfoEx* sampleInfo);
+    void RouteNalUnit(stream::AccessUnit& unit, const hevc::NalHeader& header, NalUnit& nal, VideoInfo& info);
     void CompleteAccessUnit(stream::AccessUnit& unit, VideoInfo& info);
 
     // Parameter sets by id.

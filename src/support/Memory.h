@@ -61,7 +61,8 @@ constexpr u64 Attainable(u64 wish, u64 need)
     return wish <= kLargestCapacity ? wish : need <= kLargestCapacity ? need : 0;
 }
 
-// Grows a buffer and keeps what it holds; never shrinks it. False, with buffer and capacity as they were, when it cannot.
+// Grows a buffer and keeps what it holds; never shrinks it. False, with buffer and capacity as they were,
+// when it cannot.
 template <typename T>
 bool GrowTo(T*& buffer, u32& capacity, u64 wish, u64 need)
 {

@@ -155,6 +155,7 @@ TEST(AvcSampleTest, FramesFollowTheLastReferencePicture)
                 {{P(1)}, {P(3), 1}, {P(5), 1}, {P(6)}, {P(9, 0), 1}, {P(7)}, {P(7), 1}, {P(6), 1}});
     ExpectSteps("wrap", sps, 0, {{P(15), 1}, {P(0)}, {P(15), 1}, {P(0, 0)}, {P(0)}, {P(1)}});
     ExpectSteps("wider", {.log2_max_frame_num_minus4 = 1}, 0, {{P(15), 1}, {P(16)}, {P(31), 1}, {P(0)}});
+    ExpectSteps("widest", {.log2_max_frame_num_minus4 = 28}, 0, {{P(1)}, {P(0xFFFFFFFF), 1}, {P(0)}, {P(1)}});
     ExpectSteps("gaps allowed", gaps, 0, {{P(7)}, {P(3)}, {P(3, 0)}, {I(9), 0, 1}});
     ExpectSteps("intra pictures", sps, 0,
                 {{I(1), 0, 1}, {I(2, 2), 0, 1}, {I(9), 1, 1}, {I(10, 4)}, {I(11, 9)}, {I(12, 7, 2), 0, 1}});
@@ -188,12 +189,20 @@ TEST(AvcSampleTest, OfFieldsTheOpeningOnesAreCompared)
                 {{Bottom(P(0))}, {P(1)}, {P(3), 1}, {Top(P(4))}, {Bottom(P(9))}, {I(10), 0, 1}, {Top(P(2))}});
     ExpectSteps("a frame leaves the gap of the field before", sps, 1,
                 {{Top(P(3)), 1}, {P(4)}, {Bottom(P(4)), 1}});
+    ExpectSteps("an IDR field clears it, an intra frame does not", sps, 1,
+                {{Top(P(3)), 1},
+                 {Top(I(0, 7, kIdr)), 0, 1},
+                 {Bottom(P(0))},
+                 {Top(P(3)), 1},
+                 {I(4), 0, 1},
+                 {Top(P(5)), 1}});
     ExpectSteps("gaps allowed", gaps, 1, {{Top(P(9))}, {Bottom(P(3))}, {Top(I(1)), 0, 1}});
 }
 
 TEST(AvcSampleTest, SamplesThatCannotBeJudged)
 {
-    const Bytes known = P(1), unknown = Slice{.pps = {.pic_parameter_set_id = 4}};
+    const Bytes known = P(1), forbidden = "00 00 00 01 c1"_bytes + known.From(5, known.size() - 5),
+                unknown = Slice{.pps = {.pic_parameter_set_id = 4}};
     const Verdict nothing{0, 0, 0, 0}, refused{-1, 1, 0, 0}, fits{0, 0, 1, 0};
     const std::pair<Bytes, Verdict> rows[] = {
         {unknown, refused},
@@ -207,6 +216,7 @@ TEST(AvcSampleTest, SamplesThatCannotBeJudged)
              known,
          fits},
         {"00 00 01 e9 f0"_bytes + known, fits}, // forbidden_zero_bit is nothing to the test
+        {forbidden, fits},
         {"12 34"_bytes + known, fits},
         {kBare + known, nothing},
         {Delimiter{} + kBare + known, nothing},

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Fixed-length fields, Exp-Golomb codes, skipping, and the end of the data.
 #include "BitWriter.h"
-#include "parser/VideoParams.h"
+#include "parser/bitstream/Reading.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -11,6 +11,9 @@ namespace {
 class Reader : public CParserBase {
 public:
     explicit Reader(const Bytes& bytes) : bytes_(bytes.Exact()) { InitReadData(bytes_.get(), bytes.Size()); }
+    void SkipUE(u32 count) { bitstream::Reading(*this).SkipUE(count); }
+    void SkipSE(u32 count) { bitstream::Reading(*this).SkipSE(count); }
+    void SkipBits(u64 n) { bitstream::Reading(*this).SkipBits(n); }
     u64 BitsConsumed() const { return static_cast<u64>(readPtr - bytes_.get()) * 8 + bitPosition; }
 
 private:
@@ -124,6 +127,55 @@ TEST(BitReader, SkippingEqualsReading)
         EXPECT_EQ(skip.BitsConsumed(), read.BitsConsumed());
         EXPECT_EQ(skipSigned.BitsConsumed(), read.BitsConsumed());
         EXPECT_EQ(bits.BitsConsumed(), std::min<u64>(3 + count, writer.Take().size() * 8));
+    }
+}
+
+// The plain statement of every rule, one bit a step.
+struct BitByBit {
+    const Bytes& bytes;
+    u64 position = 0;
+
+    bool DataLeft() const { return position < bytes.size() * 8; }
+    u64 Bit() { return DataLeft() ? bytes[position / 8] >> (7 - position++ % 8) & 1 : 0; }
+    u32 ReadData(u32 n)
+    {
+        u64 value = 0;
+        while (n-- > 0)
+            value = value << 1 | Bit();
+        return static_cast<u32>(value);
+    }
+    u32 GetUE()
+    {
+        u32 zeros = 0;
+        while (zeros < 32 && DataLeft() && Bit() == 0)
+            ++zeros;
+        return static_cast<u32>((u64{1} << zeros) - 1 + ReadData(zeros));
+    }
+};
+
+// What one reader holds ahead between its reads must show in no answer and in no position.
+TEST(BitReader, AnyMixtureOfReadsEqualsReadingBitByBit)
+{
+    std::mt19937 random(5);
+    for (int round = 0; round < 3000; ++round) {
+        Bytes bytes(random() % 40);
+        for (u8& byte : bytes) // long runs of zeros, for long codes
+            byte = random() % 3 == 0 ? static_cast<u8>(random() % 256) : u8{0};
+        Reader reader(bytes);
+        BitByBit plain{bytes};
+        for (int structure = 0; structure < 4; ++structure) {
+            bitstream::Reading bits(reader);
+            for (u64 i = random() % 12; i > 0; --i) {
+                const u32 n = static_cast<u32>(random() % 3 == 0 ? random() % 100 : random() % 33);
+                switch (random() % 3) {
+                case 0: ASSERT_EQ(bits.ReadData(n), plain.ReadData(n)) << n; break;
+                case 1: ASSERT_EQ(bits.GetUE(), plain.GetUE()); break;
+                default: bits.SkipBits(n); plain.ReadData(n);
+                }
+                ASSERT_EQ(bits.DataLeft(), plain.DataLeft());
+            }
+        }
+        ASSERT_EQ(reader.BitsConsumed(), plain.position);
     }
 }
 

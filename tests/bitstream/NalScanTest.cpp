@@ -2,7 +2,6 @@
 // Finding zero pairs and start codes, and cutting a buffer into NAL units.
 #include "Handles.h"
 #include "RandomBuffers.h"
-#include "parser/bitstream/ZeroPairs.h"
 
 #include <gtest/gtest.h>
 
@@ -40,31 +39,6 @@ std::vector<Unit> Scan(CParserBase& parser, const Bytes& buffer, Status& status)
         }
         units.push_back({Bytes(nal, nal + size), Bytes(rbsp, rbsp + rbspSize)});
     }
-}
-
-// Single zeros all over, and one pair; in front of the data and behind it stand zeros that do not count.
-TEST(ZeroPairs, EveryPositionInEverySizeAtEveryAlignment)
-{
-    for (std::size_t offset = 1; offset <= 16; ++offset)
-        for (std::size_t size = 0; size <= 150; ++size)
-            for (std::size_t pair = 0; pair <= size; ++pair) {
-                Bytes buffer(offset + size + 2, 0);
-                u8* const data = buffer.data() + offset;
-                for (std::size_t i = 0; i < size; ++i)
-                    data[i] =
-                        static_cast<u8>(i == pair || i == pair + 1 || i % 2 == pair % 2 ? 0 : 0x80 >> i % 8);
-                const auto expected = std::search_n(data, data + size, 2, u8{0}) - data;
-                ASSERT_EQ(bitstream::FindZeroPair(data, size), expected)
-                    << offset << " " << size << " " << pair;
-            }
-}
-
-TEST(ZeroPairs, NothingOutsideIsRead)
-{
-    OnRandomBuffers([](const Bytes& bytes) {
-        const auto pair = std::search_n(bytes.begin(), bytes.end(), 2, u8{0});
-        ASSERT_EQ(bitstream::FindZeroPair(bytes.Exact().get(), bytes.size()), pair - bytes.begin());
-    });
 }
 
 TEST(NalScan, StartCodesAreFoundAsByteByByte)

@@ -57,4 +57,59 @@ TEST(GrowthCost, TwiceTheSlicesOf1400BytesCostAboutTwice)
     ExpectLinear(slice, 4000000);
 }
 
+TEST(GrowthCost, TheFirstAccessUnitTakesFewAllocations)
+{
+#if defined(NALSMITH_EXACT_ALLOCATION)
+    GTEST_SKIP() << "this build allocates exact sizes, so that overruns are seen";
+#endif
+    const Slice slice{
+        .nal_unit_type = kIdr, .first_mb_in_slice = 1, .data = Bytes(1390, 0x5A), .startCodeSize = 3};
+    const Bytes stream = AccessUnitOf(slice, 1500000);
+    const ParsingHandle handle;
+    handle.Feed(Sps{} + Pps{});
+    VideoInfo info;
+    AllocationWatch watch;
+    watch.During([&] { ParseVideoParams(handle.Get(), stream.data(), stream.Size(), &info); });
+    EXPECT_GE(watch.Calls(), 4u);
+    EXPECT_LE(watch.Calls(), 16u);
+}
+
+// Once every buffer has held the largest of its kind, nothing is allocated, whatever the job.
+TEST(GrowthCost, NothingIsAllocatedInTheSteadyState)
+{
+    Bytes key = Delimiter{} + Sei{} + Slice{.nal_unit_type = kIdr, .data = Bytes(150000, 0x5A)};
+    const Bytes data(3000, 0);
+    const ParsingHandle handle(VideoCodecAVC, 3, 1000);
+    handle.Feed(Sps{} + Pps{});
+    void* editor = nullptr;
+    UserDataCreate(&editor, VideoCodecAVC);
+    const auto round = [&] {
+        VideoInfo info;
+        VideoInfoEx verdict;
+        u32 count = 0, size = 0;
+        u32* sizes = nullptr;
+        u8** nals = nullptr;
+        const u8* out = nullptr;
+        ParseVideoParams(handle.Get(), key.data(), key.Size(), &info);
+        VideoSampleTest(handle.Get(), key.data(), key.Size(), &verdict);
+        GetNalFromFrame(handle.Get(), key.data(), key.Size(), &count, &nals, &sizes);
+        EXPECT_EQ(AddUserData(editor, key.data(), key.Size(), data.data(), data.Size(), &out, &size), 0);
+        EXPECT_EQ(RemoveUserData(editor, out, size, &out, &size), 0);
+        EXPECT_EQ(GetUserData(editor, out, size, &out, &size), 0);
+        EXPECT_EQ(count, 3u);
+    };
+    AllocationWatch first, later;
+    first.During([&] {
+        for (int i = 0; i < 4; ++i)
+            round();
+    });
+    later.During([&] {
+        for (int i = 0; i < 12; ++i)
+            round();
+    });
+    EXPECT_GT(first.Calls(), 0u);
+    EXPECT_EQ(later.Calls(), 0u);
+    UserDataRelease(editor);
+}
+
 } // namespace

@@ -20,6 +20,7 @@ public:
         return call();
     }
 
+    u64 Calls() const { return calls_; }
     u64 Failures() const { return failures_; }
     u64 Work() const { return work_; } // bytes allocated, and bytes copied by growth
 

@@ -12,6 +12,11 @@ struct NalHeader {
     u32 nal_unit_type;
 };
 
+constexpr NalHeader HeaderOf(u8 byte)
+{
+    return {u32{byte} >> 7, u32{byte} >> 5 & 3, u32{byte} & 0x1F};
+}
+
 // H.264 Table 7-1
 constexpr u32 kSlice = 1;
 constexpr u32 kSlicePartitionA = 2;
@@ -32,6 +37,20 @@ constexpr bool IsSlice(u32 nal_unit_type)
 {
     return nal_unit_type == kSlice || nal_unit_type == kSlicePartitionA || nal_unit_type == kIdrSlice;
 }
+
+// How far NAL units are read (bitstream/NextToRead.h): everything but parameter sets no further than a slice
+// header.
+struct Extent {
+    static constexpr bool Whole(u8 firstHeaderByte)
+    {
+        const u32 nal_unit_type = HeaderOf(firstHeaderByte).nal_unit_type;
+        return nal_unit_type == kSps || nal_unit_type == kPps;
+    }
+    static constexpr bool Slice(u8 firstHeaderByte)
+    {
+        return IsSlice(HeaderOf(firstHeaderByte).nal_unit_type);
+    }
+};
 
 constexpr Role RoleOf(u32 nal_unit_type)
 {

@@ -4,6 +4,7 @@
 
 #include "parser/VideoParams.h"
 #include "parser/avc/AvcNal.h"
+#include "parser/bitstream/NextToRead.h"
 
 namespace avc {
 
@@ -44,25 +45,23 @@ Status CParseAVCParams::GetNalUnit(u8** nal, u32* nalSize, bool* isSlice, u32* s
     *sliceHeaderSize = 0;
 
     NalUnit unit;
-    NextNal(unit);
+    bitstream::NextToRead<avc::Extent>(*this, unit);
     if (!unit.HasPayload())
         return kFailed;
-    InitReadData(unit.rbsp, unit.rbspSize);
-    const avc::NalHeader header = ReadNalHeader();
+    const avc::NalHeader header = ReadNalHeader(unit);
     if (header.forbidden_zero_bit != 0)
         return kFailed;
 
-    VideoInfo scratch = {};
     if (header.nal_unit_type == avc::kSps) {
+        VideoInfo scratch = {};
         ReadSequenceParameterSetData(&scratch);
     } else if (header.nal_unit_type == avc::kPps) {
-        ReadPictureParameterSetData(&scratch);
+        ReadPictureParameterSetData(nullptr);
     } else if (avc::IsSlice(header.nal_unit_type)) {
-        const u8* payload = readPtr;
         int newPicture = 0;
-        ReadSliceHeaderData(&scratch, header.nal_unit_type, header.nal_ref_idc, &newPicture);
+        ReadSlice(header, unit, &newPicture);
         *isSlice = true;
-        *sliceHeaderSize = avc::StoredHeaderSize(payload, readPtr, unit.rbsp + unit.rbspSize);
+        *sliceHeaderSize = avc::StoredHeaderSize(unit.rbsp + 1, readPtr, unit.rbsp + unit.rbspSize);
     }
     *nal = const_cast<u8*>(unit.data); // the host's own buffer, which it handed in as writable
     *nalSize = unit.size;

@@ -50,8 +50,7 @@ Status ReadStored(CParseAVCParams& parser, const u8* nal, u32 size,
     parser.NextNal(unit);
     if (!unit.HasPayload())
         return kFailed;
-    parser.InitReadData(unit.rbsp, unit.rbspSize);
-    if (parser.ReadNalHeader().forbidden_zero_bit != 0)
+    if (parser.ReadNalHeader(unit).forbidden_zero_bit != 0)
         return kFailed;
     return (parser.*read)(&parser.streamInfo);
 }

@@ -4,7 +4,11 @@
 
 #include "parser/VideoParams.h"
 #include "parser/avc/AvcNal.h"
+#include "parser/bitstream/NextToRead.h"
+#include "parser/bitstream/Reading.h"
 #include "parser/bitstream/Scan.h"
+
+using bitstream::NextToTest;
 
 namespace {
 
@@ -57,17 +61,19 @@ Status CParseAVCParams::QuerySliceType(const u8* data, u32 size, VideoPicType& t
     type = VideoPicTypeUnknown;
     const bitstream::Scan scan(*this, data, size);
     NalUnit nal;
-    for (NextNal(nal); nal.HasPayload(); NextNal(nal)) {
-        InitReadData(nal.rbsp, nal.rbspSize);
-        const avc::NalHeader header = ReadNalHeader();
+    for (NextToTest<avc::Extent>(*this, nal); nal.HasPayload(); NextToTest<avc::Extent>(*this, nal)) {
+        const avc::NalHeader header = ReadNalHeader(nal);
         if (header.forbidden_zero_bit != 0)
             return kFailed;
         // The header of a data partition A says it as well, but was never asked for it.
         if (header.nal_unit_type == avc::kSlice || header.nal_unit_type == avc::kIdrSlice) {
-            GetUE(); // first_mb_in_slice
-            type = static_cast<VideoPicType>(GetUE());
+            bitstream::Reading bits(*this);
+            bits.GetUE(); // first_mb_in_slice
+            type = static_cast<VideoPicType>(bits.GetUE());
             return kOk;
         }
+        if (nal.openEnd)
+            EndNal(nal);
     }
     return kFailed;
 }
@@ -80,13 +86,13 @@ Status CParseAVCParams::VideoSampleTest(const u8* data, u32 size, VideoInfoEx* i
     VideoInfo scratch = {};
     const bitstream::Scan scan(*this, data, size);
     NalUnit nal;
-    Status status = NextNal(nal);
-    for (; nal.HasPayload(); status = NextNal(nal)) {
-        InitReadData(nal.rbsp, nal.rbspSize);
-        const avc::NalHeader header = ReadNalHeader(); // a set forbidden_zero_bit is no reason to stop here
+    Status status = NextToTest<avc::Extent>(*this, nal);
+    for (; nal.HasPayload(); status = NextToTest<avc::Extent>(*this, nal)) {
+        const avc::NalHeader header =
+            ReadNalHeader(nal); // a set forbidden_zero_bit is no reason to stop here
         if (avc::IsSlice(header.nal_unit_type)) {
             int newPicture = 0;
-            if (ReadSliceHeaderData(&scratch, header.nal_unit_type, header.nal_ref_idc, &newPicture) != kOk) {
+            if (ReadSlice(header, nal, &newPicture) != kOk) {
                 info->discontinuity = 1;
                 return kFailed;
             }

@@ -4,7 +4,10 @@
 
 #include "parser/VideoParams.h"
 #include "parser/avc/AvcNal.h"
+#include "parser/bitstream/Reading.h"
 #include "parser/records/ParameterSetTable.h"
+
+using bitstream::BitReader;
 
 namespace avc {
 
@@ -38,7 +41,7 @@ constexpr u32 PowerOfTwo(u32 n)
 }
 
 // The picture order count syntax of a slice header.
-void ReadPicOrderCnt(CParserBase& reader, const AvcSpsInfo& sps, const AvcPpsInfo& pps, AvcSliceInfo& slice)
+void ReadPicOrderCnt(BitReader& reader, const AvcSpsInfo& sps, const AvcPpsInfo& pps, AvcSliceInfo& slice)
 {
     const bool bottom = pps.bottom_field_pic_order_in_frame_present_flag != 0 && slice.field_pic_flag == 0;
     if (sps.pic_order_cnt_type == 0) {
@@ -59,37 +62,42 @@ void ReadPicOrderCnt(CParserBase& reader, const AvcSpsInfo& sps, const AvcPpsInf
 Status CParseAVCParams::ReadSliceHeaderData(VideoInfo* /*info*/, u32 nalUnitType, u32 nalRefIdc,
                                             int* newPicture)
 {
-    curSlice = {};
+    // Built in a local variable and stored at the end: a record read back as it is written stalls.
+    AvcSliceInfo slice = {};
+    bitstream::Reading bits(*this);
     *newPicture = 0;
 
-    curSlice.first_mb_in_slice = GetUE();
-    curSlice.slice_type = GetUE();
-    curSlice.pic_parameter_set_id = GetUE();
-    const AvcPpsInfo* pps = records::Find(ppsTable, curSlice.pic_parameter_set_id);
+    slice.first_mb_in_slice = bits.GetUE();
+    slice.slice_type = bits.GetUE();
+    slice.pic_parameter_set_id = bits.GetUE();
+    const AvcPpsInfo* pps = records::Find(ppsTable, slice.pic_parameter_set_id);
     const AvcSpsInfo* sps = pps != nullptr ? records::Find(spsTable, pps->seq_parameter_set_id) : nullptr;
-    if (sps == nullptr)
+    if (sps == nullptr) {
+        curSlice = slice;
         return kFailed;
+    }
     maxFrameNum = avc::PowerOfTwo(sps->log2_max_frame_num_minus4 + 4);
     gapsAllowed = sps->gaps_in_frame_num_value_allowed_flag;
 
     if (sps->separate_colour_plane_flag != 0)
-        ReadData(2); // colour_plane_id
-    curSlice.frame_num = ReadData(sps->log2_max_frame_num_minus4 + 4);
+        bits.ReadData(2); // colour_plane_id
+    slice.frame_num = bits.ReadData(sps->log2_max_frame_num_minus4 + 4);
     if (sps->frame_mbs_only_flag == 0) {
-        curSlice.field_pic_flag = ReadData(1);
-        if (curSlice.field_pic_flag != 0)
-            curSlice.bottom_field_flag = ReadData(1);
+        slice.field_pic_flag = bits.ReadData(1);
+        if (slice.field_pic_flag != 0)
+            slice.bottom_field_flag = bits.ReadData(1);
     }
-    curSlice.nal_ref_idc = nalRefIdc;
-    curSlice.IdrPicFlag = nalUnitType == avc::kIdrSlice ? 1 : 0;
-    if (curSlice.IdrPicFlag != 0)
-        curSlice.idr_pic_id = GetUE();
-    avc::ReadPicOrderCnt(*this, *sps, *pps, curSlice);
+    slice.nal_ref_idc = nalRefIdc;
+    slice.IdrPicFlag = nalUnitType == avc::kIdrSlice ? 1 : 0;
+    if (slice.IdrPicFlag != 0)
+        slice.idr_pic_id = bits.GetUE();
+    avc::ReadPicOrderCnt(bits, *sps, *pps, slice);
 
     // The first slice of all belongs to the access unit whose openers are already stored.
-    if (firstSlice == 0 && avc::BeginsPicture(prevSlice, curSlice, sps->pic_order_cnt_type))
+    if (firstSlice == 0 && avc::BeginsPicture(prevSlice, slice, sps->pic_order_cnt_type))
         *newPicture = 1;
     firstSlice = 0;
-    prevSlice = curSlice;
+    curSlice = slice;
+    prevSlice = slice;
     return kOk;
 }

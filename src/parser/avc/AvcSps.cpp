@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
 // seq_parameter_set_data() (H.264 7.3.2.1.1), read as far as the timing of the VUI.
 #include "parser/VideoParams.h"
+#include "parser/bitstream/Reading.h"
 
 #include "parser/records/ParameterSetTable.h"
 #include "parser/syntax/Picture.h"
 #include "parser/syntax/VideoUsability.h"
+
+using bitstream::BitReader;
 
 namespace {
 
@@ -28,7 +31,7 @@ constexpr bool HasChromaFormat(u32 profile_idc)
 }
 
 // scaling_list() (7.3.2.1.1.1). Ends early when the rest repeats the last value.
-void SkipScalingList(CParserBase& reader, u32 sizeOfScalingList)
+void SkipScalingList(BitReader& reader, u32 sizeOfScalingList)
 {
     i64 lastScale = 8;
     i64 nextScale = 8;
@@ -41,7 +44,7 @@ void SkipScalingList(CParserBase& reader, u32 sizeOfScalingList)
 }
 
 // From chroma_format_idc to the scaling lists. Returns chroma_format_idc.
-u32 ReadChromaFormat(CParserBase& reader, AvcSpsInfo& sps)
+u32 ReadChromaFormat(BitReader& reader, AvcSpsInfo& sps)
 {
     const u32 chroma_format_idc = reader.GetUE();
     if (chroma_format_idc == 3)
@@ -59,7 +62,7 @@ u32 ReadChromaFormat(CParserBase& reader, AvcSpsInfo& sps)
 }
 
 // What tells the order of pictures. The offsets are not needed.
-void ReadPicOrderCntType(CParserBase& reader, AvcSpsInfo& sps)
+void ReadPicOrderCntType(BitReader& reader, AvcSpsInfo& sps)
 {
     sps.pic_order_cnt_type = reader.GetUE();
     if (sps.pic_order_cnt_type == 0) {
@@ -74,7 +77,7 @@ void ReadPicOrderCntType(CParserBase& reader, AvcSpsInfo& sps)
 }
 
 // vui_parameters() (E.1.1)
-void ReadVideoUsability(CParserBase& reader, VideoInfo& info)
+void ReadVideoUsability(BitReader& reader, VideoInfo& info)
 {
     syntax::ReadVideoUsabilityHead(reader, info);
     if (reader.ReadFlag()) { // timing_info_present_flag
@@ -89,29 +92,30 @@ void ReadVideoUsability(CParserBase& reader, VideoInfo& info)
 
 Status CParseAVCParams::ReadSequenceParameterSetData(VideoInfo* info)
 {
+    bitstream::Reading bits(*this);
     AvcSpsInfo sps = {};
 
-    const u32 profile_idc = ReadData(8);
-    ReadData(8); // constraint_set flags, reserved_zero_2bits
-    ReadData(8); // level_idc
-    sps.seq_parameter_set_id = GetUE();
-    const u32 chroma_format_idc = HasChromaFormat(profile_idc) ? ReadChromaFormat(*this, sps) : 1;
-    sps.log2_max_frame_num_minus4 = GetUE();
-    ReadPicOrderCntType(*this, sps);
-    GetUE(); // max_num_ref_frames
-    sps.gaps_in_frame_num_value_allowed_flag = ReadData(1);
-    const u32 pic_width_in_mbs_minus1 = GetUE();
-    const u32 pic_height_in_map_units_minus1 = GetUE();
-    sps.frame_mbs_only_flag = ReadData(1);
+    const u32 profile_idc = bits.ReadData(8);
+    bits.ReadData(8); // constraint_set flags, reserved_zero_2bits
+    bits.ReadData(8); // level_idc
+    sps.seq_parameter_set_id = bits.GetUE();
+    const u32 chroma_format_idc = HasChromaFormat(profile_idc) ? ReadChromaFormat(bits, sps) : 1;
+    sps.log2_max_frame_num_minus4 = bits.GetUE();
+    ReadPicOrderCntType(bits, sps);
+    bits.GetUE(); // max_num_ref_frames
+    sps.gaps_in_frame_num_value_allowed_flag = bits.ReadData(1);
+    const u32 pic_width_in_mbs_minus1 = bits.GetUE();
+    const u32 pic_height_in_map_units_minus1 = bits.GetUE();
+    sps.frame_mbs_only_flag = bits.ReadData(1);
     if (sps.frame_mbs_only_flag == 0)
-        ReadData(1); // mb_adaptive_frame_field_flag
-    ReadData(1);     // direct_8x8_inference_flag
+        bits.ReadData(1); // mb_adaptive_frame_field_flag
+    bits.ReadData(1);     // direct_8x8_inference_flag
     syntax::Cropping crop;
-    if (ReadFlag()) { // frame_cropping_flag
-        crop.left = GetUE();
-        crop.right = GetUE();
-        crop.top = GetUE();
-        crop.bottom = GetUE();
+    if (bits.ReadFlag()) { // frame_cropping_flag
+        crop.left = bits.GetUE();
+        crop.right = bits.GetUE();
+        crop.top = bits.GetUE();
+        crop.bottom = bits.GetUE();
     }
 
     // A map unit is two macroblock rows high where fields may occur, and so is a crop unit.
@@ -121,8 +125,8 @@ Status CParseAVCParams::ReadSequenceParameterSetData(VideoInfo* info)
     info->width = syntax::CroppedWidth((pic_width_in_mbs_minus1 + 1) * 16, crop, unit);
     info->height = syntax::CroppedHeight(rows * (pic_height_in_map_units_minus1 + 1) * 16, crop, unit);
 
-    if (ReadFlag()) // vui_parameters_present_flag
-        ReadVideoUsability(*this, *info);
+    if (bits.ReadFlag()) // vui_parameters_present_flag
+        ReadVideoUsability(bits, *info);
 
     info->sequenceInfoValid = 1;
     records::Store(spsTable, sps.seq_parameter_set_id, sps);

@@ -9,25 +9,38 @@ using stream::AccessUnit;
 
 Status CParseAVCParams::ReadVideoParams(const u8* data, u32 size, VideoInfo* info, int /*mode*/)
 {
-    return stream::ReadPiece(*this, data, size, info);
+    return stream::ReadPiece<avc::Extent>(*this, data, size, info);
 }
 
-avc::NalHeader CParseAVCParams::ReadNalHeader()
+avc::NalHeader CParseAVCParams::ReadNalHeader(const NalUnit& nal)
 {
-    avc::NalHeader header = {};
-    header.forbidden_zero_bit = ReadData(1);
-    header.nal_ref_idc = ReadData(2);
-    header.nal_unit_type = ReadData(5);
-    return header;
+    InitReadData(nal.rbsp + 1, nal.rbspSize - 1);
+    return avc::HeaderOf(*nal.rbsp);
 }
 
-void CParseAVCParams::RouteNalUnit(AccessUnit& unit, const avc::NalHeader& header, const NalUnit& nal,
+// From the head of the NAL unit; where that does not suffice, as if it had not been tried, from the whole.
+Status CParseAVCParams::ReadSlice(const avc::NalHeader& header, NalUnit& nal, int* newPicture)
+{
+    const AvcSliceInfo prevBefore = prevSlice;
+    const u32 firstBefore = firstSlice;
+    const Status status = ReadSliceHeaderData(nullptr, header.nal_unit_type, header.nal_ref_idc, newPicture);
+    if (!nal.headOnly || readRemaining != 0)
+        return status;
+    prevSlice = prevBefore;
+    firstSlice = firstBefore;
+    if (!CompleteHead(nal))
+        return kFailed;
+    ReadNalHeader(nal);
+    return ReadSliceHeaderData(nullptr, header.nal_unit_type, header.nal_ref_idc, newPicture);
+}
+
+void CParseAVCParams::RouteNalUnit(AccessUnit& unit, const avc::NalHeader& header, NalUnit& nal,
                                    VideoInfo& info)
 {
     switch (avc::RoleOf(header.nal_unit_type)) {
     case Role::Slice: {
         int newPicture = 0;
-        if (ReadSliceHeaderData(&info, header.nal_unit_type, header.nal_ref_idc, &newPicture) == kOk)
+        if (ReadSlice(header, nal, &newPicture) == kOk)
             stream::StoreSlice(*this, unit, nal, newPicture != 0, header.nal_unit_type == avc::kIdrSlice,
                                info);
         return;

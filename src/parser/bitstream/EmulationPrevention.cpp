@@ -4,8 +4,10 @@
 #include "parser/bitstream/ZeroPairs.h"
 #include "support/Memory.h"
 
-using bitstream::EndOfZeros;
+#include <algorithm>
+
 using bitstream::FindZeroPair;
+using bitstream::kDenseBytes;
 
 // An 03 goes when two zeros stand before it and any byte behind it.
 Status CParserBase::GetRbspData(const u8* src, u32 size, u8** out, u32* outSize)
@@ -16,22 +18,20 @@ Status CParserBase::GetRbspData(const u8* src, u32 size, u8** out, u32* outSize)
         return kFailed;
 
     u8* to = rbspBuffer;
-    std::size_t copied = 0; // bytes of src done with
-    std::size_t i = 0;
-    while ((i += FindZeroPair(src + i, size - i)) < size) {
-        const std::size_t end = EndOfZeros(src, i + 2, size);
-        if (end + 1 >= size)
-            break;
-        if (src[end] == 3) {
-            memory::Copy(to, src + copied, end - copied);
-            to += end - copied;
-            copied = end + 1;
+    for (std::size_t i = 0; i < size;) {
+        const std::size_t clean = FindZeroPair(src + i, size - i);
+        memory::Copy(to, src + i, clean);
+        to += clean;
+        i += clean;
+        for (const std::size_t dense = std::min<std::size_t>(i + kDenseBytes, size); i < dense;) {
+            const bool drops = size - i > 3 && src[i] == 0 && src[i + 1] == 0 && src[i + 2] == 3;
+            *to++ = src[i++];
+            if (drops) {
+                *to++ = src[i];
+                i += 2;
+            }
         }
-        i = end + 1;
     }
-    memory::Copy(to, src + copied, size - copied);
-    to += size - copied;
-
     *out = rbspBuffer;
     *outSize = static_cast<u32>(to - rbspBuffer);
     return kOk;
@@ -41,22 +41,20 @@ Status CParserBase::GetRbspData(const u8* src, u32 size, u8** out, u32* outSize)
 Status CParserBase::AddEscape(const u8* src, u32 size, u8* dst, u32* outLen)
 {
     u8* to = dst;
-    std::size_t copied = 0;
-    std::size_t i = 0;
-    while ((i += FindZeroPair(src + i, size - i)) < size) {
-        i += 2;
-        while (i < size && src[i] <= 3) {
-            memory::Copy(to, src + copied, i - copied);
-            to += i - copied;
-            *to++ = 3;
-            copied = i;
-            if (src[i] != 0 || i + 1 >= size || src[i + 1] != 0)
-                break;
-            i += 2; // the run of zeros goes on: the next pair
+    for (std::size_t i = 0; i < size;) {
+        const std::size_t clean = FindZeroPair(src + i, size - i);
+        memory::Copy(to, src + i, clean);
+        to += clean;
+        i += clean;
+        for (const std::size_t dense = std::min<std::size_t>(i + kDenseBytes, size); i < dense;) {
+            const bool escapes = size - i > 2 && src[i] == 0 && src[i + 1] == 0 && src[i + 2] <= 3;
+            *to++ = src[i++];
+            if (escapes) {
+                *to++ = src[i++];
+                *to++ = 3;
+            }
         }
     }
-    memory::Copy(to, src + copied, size - copied);
-    to += size - copied;
     *outLen += static_cast<u32>(to - dst);
     return kOk;
 }

@@ -3,10 +3,39 @@
 #include "parser/VideoParams.h"
 #include "parser/bitstream/ZeroPairs.h"
 
+#include <algorithm>
+
 namespace {
 
 // What a scan leaves alone: the four bytes in which a start code would not be seen.
 constexpr u32 kUnseenTail = 4;
+
+// Stored bytes of a slice NAL unit that are unescaped to read its header. Headers of the standards end
+// before; one that does not is read once more from the whole NAL unit.
+constexpr u32 kHeadBytes = 64;
+
+struct Found {
+    const u8* startCode; // null when there is none
+    u32 firstPair;       // no two zero bytes side by side begin before
+};
+
+// The first 00 00 01, or 00 00 00 01 where three zeros or more stand in front of the 01. Begins before the
+// last four bytes; the last byte is never read.
+Found FindStartCode(const u8* p, u32 n)
+{
+    if (n <= kUnseenTail)
+        return {nullptr, 0};
+    const std::size_t positions = n - kUnseenTail; // where a start code may begin
+    std::size_t i = std::min(bitstream::FindZeroPair(p, positions + 1), positions);
+    const u32 firstPair = static_cast<u32>(i);
+    while (i < positions) {
+        for (const std::size_t dense = std::min(i + bitstream::kDenseBytes, positions); i < dense; ++i)
+            if (p[i] == 0 && p[i + 1] == 0 && (p[i + 2] == 1 || (p[i + 2] == 0 && p[i + 3] == 1)))
+                return {p + i, firstPair};
+        i += bitstream::FindZeroPair(p + i, positions + 1 - i);
+    }
+    return {nullptr, firstPair};
+}
 
 } // namespace
 
@@ -23,31 +52,14 @@ void CParserBase::Reset()
     nalCursor = nullptr;
 }
 
-// The first 00 00 01, or 00 00 00 01 where three zeros or more stand in front of the 01. Begins before the
-// last four bytes; the last byte is never read.
 const u8* CParserBase::GetStartCode(const u8* p, u32 n)
 {
-    if (n <= kUnseenTail)
-        return nullptr;
-    const std::size_t positions = n - kUnseenTail; // where a start code may begin
-    const std::size_t readable = n - 1;
-    std::size_t i = 0;
-    while ((i += bitstream::FindZeroPair(p + i, positions + 1 - i)) < positions) {
-        const std::size_t end = bitstream::EndOfZeros(p, i + 2, readable);
-        if (end == readable)
-            return nullptr;
-        const std::size_t start = end - i > 2 ? end - 3 : end - 2;
-        if (p[end] == 1 && start < positions)
-            return p + start;
-        i = end + 1;
-        if (i >= positions)
-            return nullptr;
-    }
-    return nullptr;
+    return FindStartCode(p, n).startCode;
 }
 
-Status CParserBase::GetNalDataEx(const u8** nal, u32* nalSize)
+Status CParserBase::PeekNal(NalUnit& nal)
 {
+    nal = {};
     if (streamRemaining <= kUnseenTail)
         return kOk;
     if (nalCursor == nullptr) {
@@ -56,42 +68,62 @@ Status CParserBase::GetNalDataEx(const u8** nal, u32* nalSize)
             return kFailed;
         streamRemaining -= static_cast<u32>(nalCursor - streamData);
     }
-
-    const u32 startCodeSize = nalCursor[2] == 1 ? 3 : 4;
-    nextStartCode = GetStartCode(nalCursor + startCodeSize, streamRemaining - startCodeSize);
-    const u32 size = nextStartCode != nullptr ? static_cast<u32>(nextStartCode - nalCursor) : streamRemaining;
-    *nal = nalCursor;
-    *nalSize = size;
-    nalCursor = nextStartCode;
-    streamRemaining -= size;
+    nal.data = nalCursor;
+    nal.size = streamRemaining;
+    nal.openEnd = true;
     return kOk;
+}
+
+void CParserBase::EndNal(NalUnit& nal)
+{
+    const u32 startCode = nal.StartCodeSize();
+    const Found next = FindStartCode(nal.data + startCode, streamRemaining - startCode);
+    nal.size = next.startCode != nullptr ? static_cast<u32>(next.startCode - nal.data) : streamRemaining;
+    nal.firstPair = next.firstPair;
+    nal.openEnd = false;
+    nextStartCode = next.startCode;
+    nalCursor = next.startCode;
+    streamRemaining -= nal.size;
+}
+
+Status CParserBase::NextNalEx(NalUnit& nal)
+{
+    const Status status = PeekNal(nal);
+    if (nal.Found())
+        EndNal(nal);
+    return status;
+}
+
+Status CParserBase::NextNal(NalUnit& nal)
+{
+    const Status status = NextNalEx(nal);
+    return !nal.Found() || Unescape(nal) ? status : kFailed;
+}
+
+Status CParserBase::GetNalDataEx(const u8** nal, u32* nalSize)
+{
+    NalUnit unit;
+    const Status status = NextNalEx(unit);
+    if (unit.Found()) {
+        *nal = unit.data;
+        *nalSize = unit.size;
+    }
+    return status;
 }
 
 Status CParserBase::GetNalData(const u8** nal, u32* nalSize, const u8** rbsp, u32* rbspSize)
 {
     NalUnit unit;
-    const Status scanned = NextNalEx(unit);
-    if (!unit.Found())
-        return scanned;
-    *nal = unit.data;
-    *nalSize = unit.size;
-    if (!Unescape(unit))
-        return kFailed;
-    *rbsp = unit.rbsp;
-    *rbspSize = unit.rbspSize;
-    return kOk;
-}
-
-Status CParserBase::NextNal(NalUnit& nal)
-{
-    nal = {};
-    return GetNalData(&nal.data, &nal.size, &nal.rbsp, &nal.rbspSize);
-}
-
-Status CParserBase::NextNalEx(NalUnit& nal)
-{
-    nal = {};
-    return GetNalDataEx(&nal.data, &nal.size);
+    const Status status = NextNal(unit);
+    if (unit.Found()) {
+        *nal = unit.data;
+        *nalSize = unit.size;
+    }
+    if (unit.rbsp != nullptr) {
+        *rbsp = unit.rbsp;
+        *rbspSize = unit.rbspSize;
+    }
+    return status;
 }
 
 // A start code holds no 03, so it comes out of the removal as it went in.
@@ -103,5 +135,42 @@ bool CParserBase::Unescape(NalUnit& nal)
         return false;
     nal.rbsp = copy + nal.StartCodeSize();
     nal.rbspSize = copySize - nal.StartCodeSize();
+    nal.headOnly = false;
     return true;
+}
+
+// Where the head holds no two zero bytes side by side, it is read in place.
+bool CParserBase::UnescapeHead(NalUnit& nal)
+{
+    const u32 startCode = nal.StartCodeSize();
+    const u8* const stored = nal.data + startCode;
+    if (nal.openEnd) {
+        const u32 searched = std::min(nal.size - startCode, kHeadBytes + kUnseenTail + 1);
+        const Found next = FindStartCode(stored, searched);
+        if (next.startCode != nullptr)
+            nal.size = static_cast<u32>(next.startCode - nal.data);
+        nal.firstPair = next.firstPair;
+    }
+    const u32 storedSize = nal.size - startCode;
+    const u32 size = std::min(storedSize, kHeadBytes);
+    nal.headOnly = size < storedSize;
+    nal.rbsp = stored;
+    nal.rbspSize = size;
+    if (nal.firstPair + 1 < size) {
+        u8* copy = nullptr;
+        const Status status = GetRbspData(stored, size, &copy, &nal.rbspSize);
+        nal.rbsp = copy;
+        if (status != kOk)
+            return false;
+    }
+    if (nal.headOnly)
+        --nal.rbspSize; // the byte at the cut may be an 03 that goes
+    return true;
+}
+
+bool CParserBase::CompleteHead(NalUnit& nal)
+{
+    if (nal.openEnd)
+        EndNal(nal);
+    return Unescape(nal);
 }

@@ -13,6 +13,13 @@ struct NalHeader {
     u32 nuh_temporal_id_plus1;
 };
 
+// What is missing of a header cut short is zero.
+constexpr NalHeader HeaderOf(u8 first, u8 second)
+{
+    return {u32{first} >> 7, u32{first} >> 1 & 0x3F, (u32{first} & 1) << 5 | u32{second} >> 3,
+            u32{second} & 7};
+}
+
 // H.265 Table 7-1
 constexpr u32 kVps = 32;
 constexpr u32 kSps = 33;
@@ -66,6 +73,19 @@ constexpr bool IsLeadingOrNonReference(u32 nal_unit_type)
 {
     return nal_unit_type == 0 || nal_unit_type == 2 || nal_unit_type == 4 || InRange(nal_unit_type, 6, 9);
 }
+
+// How far NAL units are read (bitstream/NextToRead.h): everything but parameter sets no further than a slice
+// segment header.
+struct Extent {
+    static constexpr bool Whole(u8 firstHeaderByte)
+    {
+        return InRange(HeaderOf(firstHeaderByte, 0).nal_unit_type, kVps, kPps);
+    }
+    static constexpr bool Slice(u8 firstHeaderByte)
+    {
+        return IsSlice(HeaderOf(firstHeaderByte, 0).nal_unit_type);
+    }
+};
 
 constexpr Role RoleOf(u32 nal_unit_type)
 {

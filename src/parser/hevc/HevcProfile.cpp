@@ -5,7 +5,7 @@ namespace hevc {
 namespace {
 
 // The profile part: the same for the whole and for a sub-layer.
-void SkipProfile(CParserBase& reader)
+void SkipProfile(bitstream::BitReader& reader)
 {
     reader.ReadData(2);  // profile_space
     reader.ReadData(1);  // tier_flag
@@ -21,7 +21,7 @@ void SkipProfile(CParserBase& reader)
 
 } // namespace
 
-void SkipProfileTierLevel(CParserBase& reader, u32 maxNumSubLayersMinus1)
+void SkipProfileTierLevel(bitstream::BitReader& reader, u32 maxNumSubLayersMinus1)
 {
     bool sub_layer_profile_present_flag[8] = {};
     bool sub_layer_level_present_flag[8] = {};
@@ -43,7 +43,7 @@ void SkipProfileTierLevel(CParserBase& reader, u32 maxNumSubLayersMinus1)
     }
 }
 
-void SkipSubLayerOrderingInfo(CParserBase& reader, u32 maxSubLayersMinus1)
+void SkipSubLayerOrderingInfo(bitstream::BitReader& reader, u32 maxSubLayersMinus1)
 {
     const bool sub_layer_ordering_info_present_flag = reader.ReadFlag();
     for (u32 i = sub_layer_ordering_info_present_flag ? 0 : maxSubLayersMinus1; i <= maxSubLayersMinus1;

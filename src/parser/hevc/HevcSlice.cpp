@@ -3,8 +3,11 @@
 #include "parser/hevc/HevcSlice.h"
 
 #include "parser/VideoParams.h"
+#include "parser/bitstream/Reading.h"
 #include "parser/hevc/HevcNal.h"
 #include "parser/records/ParameterSetTable.h"
+
+using bitstream::BitReader;
 
 namespace {
 
@@ -20,7 +23,7 @@ const HevcSpsRecord* FindSps(const CParseHEVCParams& parser, const HevcPpsRecord
     return records::Find(parser.vpsTable, sps->sps_video_parameter_set_id) != nullptr ? sps : nullptr;
 }
 
-i32 ReadPictureOrderCount(CParserBase& reader, const HevcSpsRecord& sps, u32 nalUnitType, i32 prevTid0Poc)
+i32 ReadPictureOrderCount(BitReader& reader, const HevcSpsRecord& sps, u32 nalUnitType, i32 prevTid0Poc)
 {
     if (hevc::IsIdr(nalUnitType))
         return 0;
@@ -36,11 +39,12 @@ i32 ReadPictureOrderCount(CParserBase& reader, const HevcSpsRecord& sps, u32 nal
 Status CParseHEVCParams::ReadSliceHeaderData(VideoInfo* /*info*/, u32 nalUnitType, const u8* nal,
                                              int* newPicture, VideoInfoEx* sampleInfo)
 {
+    bitstream::Reading bits(*this);
     *newPicture = 0;
     if (sampleInfo != nullptr && hevc::IsKeyPicture(nalUnitType))
         sampleInfo->intraPicture = 1;
 
-    const bool first_slice_segment_in_pic_flag = ReadFlag();
+    const bool first_slice_segment_in_pic_flag = bits.ReadFlag();
     // The first slice segment of all belongs to the access unit whose openers are already stored.
     if (firstSlice == 0 && first_slice_segment_in_pic_flag)
         *newPicture = 1;
@@ -49,20 +53,20 @@ Status CParseHEVCParams::ReadSliceHeaderData(VideoInfo* /*info*/, u32 nalUnitTyp
         return kOk;
 
     if (hevc::IsIrap(nalUnitType))
-        ReadData(1); // no_output_of_prior_pics_flag
-    const u32 slice_pic_parameter_set_id = GetUE();
+        bits.ReadData(1); // no_output_of_prior_pics_flag
+    const u32 slice_pic_parameter_set_id = bits.GetUE();
     const HevcPpsRecord* pps = records::Find(ppsTable, slice_pic_parameter_set_id);
     const HevcSpsRecord* sps = pps != nullptr ? FindSps(*this, *pps) : nullptr;
     if (sps == nullptr)
         return kFailed;
 
-    SkipBits(pps->num_extra_slice_header_bits); // slice_reserved_flag[i]
-    GetUE();                                    // slice_type
+    bits.SkipBits(pps->num_extra_slice_header_bits); // slice_reserved_flag[i]
+    bits.GetUE();                                    // slice_type
     if (pps->output_flag_present_flag != 0)
-        ReadData(1); // pic_output_flag
+        bits.ReadData(1); // pic_output_flag
     if (sps->separate_colour_plane_flag != 0)
-        ReadData(2); // colour_plane_id
-    picOrderCnt = ReadPictureOrderCount(*this, *sps, nalUnitType, prevTid0Poc);
+        bits.ReadData(2); // colour_plane_id
+    picOrderCnt = ReadPictureOrderCount(bits, *sps, nalUnitType, prevTid0Poc);
 
     if (sampleInfo != nullptr && sampleInfo->intraPicture == 0 && i64{picOrderCnt} - prevTid0Poc != 1)
         sampleInfo->discontinuity = 1;

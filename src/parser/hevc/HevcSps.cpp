@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: MIT
 // seq_parameter_set_rbsp() (H.265 7.3.2.2.1), read as far as the timing of the VUI.
 #include "parser/VideoParams.h"
+#include "parser/bitstream/Reading.h"
 #include "parser/hevc/HevcProfile.h"
 #include "parser/records/ParameterSetTable.h"
 #include "parser/syntax/Picture.h"
 #include "parser/syntax/VideoUsability.h"
+
+using bitstream::BitReader;
 
 namespace {
 
 constexpr u32 kMaxShortTermRefPicSets = 64;
 
 // scaling_list_data() (7.3.4)
-void SkipScalingListData(CParserBase& reader)
+void SkipScalingListData(BitReader& reader)
 {
     for (u32 sizeId = 0; sizeId < 4; ++sizeId)
         for (u32 matrixId = 0; matrixId < 6; matrixId += sizeId == 3 ? 3 : 1) {
@@ -26,7 +29,7 @@ void SkipScalingListData(CParserBase& reader)
 }
 
 // One half of an explicit set: delta_poc_minus1 and used_by_curr_pic_flag of each picture.
-void SkipDeltaPocs(CParserBase& reader, u32 pictures)
+void SkipDeltaPocs(BitReader& reader, u32 pictures)
 {
     for (u32 i = 0; i < pictures && reader.DataLeft(); ++i) {
         reader.GetUE();
@@ -36,7 +39,7 @@ void SkipDeltaPocs(CParserBase& reader, u32 pictures)
 
 // st_ref_pic_set(i) as it stands in an SPS (7.3.7). Returns NumDeltaPocs[i], which the next set may be
 // predicted from; `previous` is that of the set before.
-u32 SkipShortTermRefPicSet(CParserBase& reader, u32 i, u32 previous)
+u32 SkipShortTermRefPicSet(BitReader& reader, u32 i, u32 previous)
 {
     const bool inter_ref_pic_set_prediction_flag = i > 0 && reader.ReadFlag();
     if (!inter_ref_pic_set_prediction_flag) {
@@ -58,7 +61,7 @@ u32 SkipShortTermRefPicSet(CParserBase& reader, u32 i, u32 previous)
     return pictures;
 }
 
-void SkipPcm(CParserBase& reader)
+void SkipPcm(BitReader& reader)
 {
     reader.ReadData(4); // pcm_sample_bit_depth_luma_minus1
     reader.ReadData(4); // pcm_sample_bit_depth_chroma_minus1
@@ -67,7 +70,7 @@ void SkipPcm(CParserBase& reader)
     reader.ReadData(1); // pcm_loop_filter_disabled_flag
 }
 
-void SkipLongTermRefPics(CParserBase& reader, const HevcSpsRecord& sps)
+void SkipLongTermRefPics(BitReader& reader, const HevcSpsRecord& sps)
 {
     const u32 num_long_term_ref_pics_sps = reader.GetUE();
     const u32 lsbBits = sps.log2_max_pic_order_cnt_lsb_minus4 + 4;
@@ -76,7 +79,7 @@ void SkipLongTermRefPics(CParserBase& reader, const HevcSpsRecord& sps)
 }
 
 // From conformance_window_flag on; the picture size is known then.
-void ReadConformanceWindow(CParserBase& reader, const HevcSpsRecord& sps, u32 chroma_format_idc,
+void ReadConformanceWindow(BitReader& reader, const HevcSpsRecord& sps, u32 chroma_format_idc,
                            VideoInfo& info)
 {
     syntax::Cropping crop;
@@ -92,7 +95,7 @@ void ReadConformanceWindow(CParserBase& reader, const HevcSpsRecord& sps, u32 ch
 }
 
 // What the coding tools need, between the block sizes and the reference picture sets.
-void ReadCodingTools(CParserBase& reader, HevcSpsRecord& sps)
+void ReadCodingTools(BitReader& reader, HevcSpsRecord& sps)
 {
     sps.log2_min_luma_coding_block_size_minus3 = reader.GetUE();
     sps.log2_diff_max_min_luma_coding_block_size = reader.GetUE();
@@ -110,7 +113,7 @@ void ReadCodingTools(CParserBase& reader, HevcSpsRecord& sps)
 }
 
 // vui_parameters() (E.2.1)
-void ReadVideoUsability(CParserBase& reader, VideoInfo& info)
+void ReadVideoUsability(BitReader& reader, VideoInfo& info)
 {
     syntax::ReadVideoUsabilityHead(reader, info);
     reader.ReadData(1);      // neutral_chroma_indication_flag
@@ -132,38 +135,39 @@ void ReadVideoUsability(CParserBase& reader, VideoInfo& info)
 
 Status CParseHEVCParams::ReadSequenceParameterSetData(VideoInfo* info)
 {
+    bitstream::Reading bits(*this);
     HevcSpsRecord sps = {};
 
-    sps.sps_video_parameter_set_id = ReadData(4);
-    const u32 sps_max_sub_layers_minus1 = ReadData(3);
-    ReadData(1); // sps_temporal_id_nesting_flag
-    hevc::SkipProfileTierLevel(*this, sps_max_sub_layers_minus1);
-    sps.sps_seq_parameter_set_id = GetUE();
-    const u32 chroma_format_idc = GetUE();
+    sps.sps_video_parameter_set_id = bits.ReadData(4);
+    const u32 sps_max_sub_layers_minus1 = bits.ReadData(3);
+    bits.ReadData(1); // sps_temporal_id_nesting_flag
+    hevc::SkipProfileTierLevel(bits, sps_max_sub_layers_minus1);
+    sps.sps_seq_parameter_set_id = bits.GetUE();
+    const u32 chroma_format_idc = bits.GetUE();
     if (chroma_format_idc == 3)
-        sps.separate_colour_plane_flag = ReadData(1);
-    sps.pic_width_in_luma_samples = GetUE();
-    sps.pic_height_in_luma_samples = GetUE();
-    ReadConformanceWindow(*this, sps, chroma_format_idc, *info);
-    GetUE(); // bit_depth_luma_minus8
-    GetUE(); // bit_depth_chroma_minus8
-    sps.log2_max_pic_order_cnt_lsb_minus4 = GetUE();
-    hevc::SkipSubLayerOrderingInfo(*this, sps_max_sub_layers_minus1);
-    ReadCodingTools(*this, sps);
-    const u32 num_short_term_ref_pic_sets = GetUE();
+        sps.separate_colour_plane_flag = bits.ReadData(1);
+    sps.pic_width_in_luma_samples = bits.GetUE();
+    sps.pic_height_in_luma_samples = bits.GetUE();
+    ReadConformanceWindow(bits, sps, chroma_format_idc, *info);
+    bits.GetUE(); // bit_depth_luma_minus8
+    bits.GetUE(); // bit_depth_chroma_minus8
+    sps.log2_max_pic_order_cnt_lsb_minus4 = bits.GetUE();
+    hevc::SkipSubLayerOrderingInfo(bits, sps_max_sub_layers_minus1);
+    ReadCodingTools(bits, sps);
+    const u32 num_short_term_ref_pic_sets = bits.GetUE();
     if (num_short_term_ref_pic_sets > kMaxShortTermRefPicSets) {
         info->sequenceInfoValid = 1; // the size is known; what follows cannot be found
         return kOk;
     }
     u32 numDeltaPocs = 0;
     for (u32 i = 0; i < num_short_term_ref_pic_sets; ++i)
-        numDeltaPocs = SkipShortTermRefPicSet(*this, i, numDeltaPocs);
-    if (ReadFlag()) // long_term_ref_pics_present_flag
-        SkipLongTermRefPics(*this, sps);
-    ReadData(1);    // sps_temporal_mvp_enabled_flag
-    ReadData(1);    // strong_intra_smoothing_enabled_flag
-    if (ReadFlag()) // vui_parameters_present_flag
-        ReadVideoUsability(*this, *info);
+        numDeltaPocs = SkipShortTermRefPicSet(bits, i, numDeltaPocs);
+    if (bits.ReadFlag()) // long_term_ref_pics_present_flag
+        SkipLongTermRefPics(bits, sps);
+    bits.ReadData(1);    // sps_temporal_mvp_enabled_flag
+    bits.ReadData(1);    // strong_intra_smoothing_enabled_flag
+    if (bits.ReadFlag()) // vui_parameters_present_flag
+        ReadVideoUsability(bits, *info);
 
     info->sequenceInfoValid = 1;
     records::Store(spsTable, sps.sps_seq_parameter_set_id, sps);

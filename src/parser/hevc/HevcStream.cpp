@@ -4,32 +4,53 @@
 #include "parser/hevc/HevcNal.h"
 #include "parser/stream/ReadStream.h"
 
+#include <algorithm>
+
 using hevc::Role;
 using stream::AccessUnit;
 
 Status CParseHEVCParams::ReadVideoParams(const u8* data, u32 size, VideoInfo* info, int /*mode*/)
 {
-    return stream::ReadPiece(*this, data, size, info);
+    return stream::ReadPiece<hevc::Extent>(*this, data, size, info);
 }
 
-hevc::NalHeader CParseHEVCParams::ReadNalHeader()
+hevc::NalHeader CParseHEVCParams::ReadNalHeader(const NalUnit& nal)
 {
-    hevc::NalHeader header = {};
-    header.forbidden_zero_bit = ReadData(1);
-    header.nal_unit_type = ReadData(6);
-    header.nuh_layer_id = ReadData(6);
-    header.nuh_temporal_id_plus1 = ReadData(3);
-    return header;
+    const u32 headerBytes = std::min(nal.rbspSize, 2U);
+    InitReadData(nal.rbsp + headerBytes, nal.rbspSize - headerBytes);
+    return hevc::HeaderOf(nal.rbsp[0], headerBytes == 2 ? nal.rbsp[1] : u8{0});
 }
 
-void CParseHEVCParams::RouteNalUnit(AccessUnit& unit, const hevc::NalHeader& header, const NalUnit& nal,
+// From the head of the NAL unit; where that does not suffice, as if it had not been tried, from the whole.
+Status CParseHEVCParams::ReadSlice(const hevc::NalHeader& header, NalUnit& nal, int* newPicture,
+                                   VideoInfoEx* sampleInfo)
+{
+    const u32 firstBefore = firstSlice;
+    const i32 pocBefore = picOrderCnt;
+    const i32 prevPocBefore = prevTid0Poc;
+    const Status status =
+        ReadSliceHeaderData(nullptr, header.nal_unit_type, nal.rbsp, newPicture, sampleInfo);
+    if (!nal.headOnly || readRemaining != 0)
+        return status;
+    firstSlice = firstBefore;
+    picOrderCnt = pocBefore;
+    prevTid0Poc = prevPocBefore;
+    if (sampleInfo != nullptr)
+        *sampleInfo = {};
+    if (!CompleteHead(nal))
+        return kFailed;
+    ReadNalHeader(nal);
+    return ReadSliceHeaderData(nullptr, header.nal_unit_type, nal.rbsp, newPicture, sampleInfo);
+}
+
+void CParseHEVCParams::RouteNalUnit(AccessUnit& unit, const hevc::NalHeader& header, NalUnit& nal,
                                     VideoInfo& info)
 {
     const u32 type = header.nal_unit_type;
     switch (hevc::RoleOf(type)) {
     case Role::Slice: {
         int newPicture = 0;
-        if (ReadSliceHeaderData(&info, type, nal.rbsp, &newPicture, nullptr) == kOk)
+        if (ReadSlice(header, nal, &newPicture, nullptr) == kOk)
             stream::StoreSlice(*this, unit, nal, newPicture != 0, hevc::IsKeyPicture(type), info);
         return;
     }

@@ -3,13 +3,14 @@
 // parameter sets; everything else of a stream driver is here.
 #pragma once
 
+#include "parser/bitstream/NextToRead.h"
 #include "parser/bitstream/Scan.h"
 #include "parser/stream/AccessUnit.h"
 
 namespace stream {
 
 // A null `data` or a `size` of 0 is the flush: it reports the access unit at hand, which stays current.
-template <typename Parser>
+template <typename Extent, typename Parser>
 Status ReadPiece(Parser& parser, const u8* data, u32 size, VideoInfo* info)
 {
     if (info == nullptr || parser.queue == nullptr)
@@ -19,16 +20,14 @@ Status ReadPiece(Parser& parser, const u8* data, u32 size, VideoInfo* info)
                     parser.pendingInfo);
     const bitstream::Scan scan(parser, data, size);
 
-    Status status = kOk;
     NalUnit nal;
-    if (data != nullptr)
-        for (status = parser.NextNal(nal); nal.HasPayload(); status = parser.NextNal(nal)) {
-            parser.InitReadData(nal.rbsp, nal.rbspSize);
-            const auto header = parser.ReadNalHeader();
-            if (header.forbidden_zero_bit != 0)
-                return kFailed;
-            parser.RouteNalUnit(unit, header, nal, *info);
-        }
+    Status status = bitstream::NextToRead<Extent>(parser, nal);
+    for (; nal.HasPayload(); status = bitstream::NextToRead<Extent>(parser, nal)) {
+        const auto header = parser.ReadNalHeader(nal);
+        if (header.forbidden_zero_bit != 0)
+            return kFailed;
+        parser.RouteNalUnit(unit, header, nal, *info);
+    }
 
     if (data == nullptr || size == 0) {
         if (unit.HasPending())

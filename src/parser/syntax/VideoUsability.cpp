@@ -8,7 +8,7 @@ constexpr u32 kExtendedSar = 255;
 constexpr u32 kUnspecifiedVideoFormat = 5;
 constexpr u32 kUnspecifiedColour = 2;
 
-void ReadVideoSignalType(CParserBase& reader, VideoInfo& info)
+void ReadVideoSignalType(bitstream::BitReader& reader, VideoInfo& info)
 {
     info.video_format = kUnspecifiedVideoFormat;
     info.video_full_range_flag = 0;
@@ -32,7 +32,7 @@ void ReadVideoSignalType(CParserBase& reader, VideoInfo& info)
 
 } // namespace
 
-void ReadVideoUsabilityHead(CParserBase& reader, VideoInfo& info)
+void ReadVideoUsabilityHead(bitstream::BitReader& reader, VideoInfo& info)
 {
     if (reader.ReadFlag()) {                      // aspect_ratio_info_present_flag
         if (reader.ReadData(8) == kExtendedSar) { // aspect_ratio_idc

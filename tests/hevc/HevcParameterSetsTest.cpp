@@ -212,7 +212,8 @@ TEST(HevcParameterSets, CountsBeyondTheDataEndWithIt)
             sps.Head().ue(64).ue(0).ue(huge).ue(5).u(1, 1),
             sps.Head().ue(2).ue(huge).ue(2), // their sum is 0 and more than 32 bits
             sps.Head().ue(64),
-            sps.Head().ue(0).u(1, 1).ue(huge).u(200, 0),
+            sps.Head().ue(0).u(1, 1).ue(huge).u(64, 0),
+            sps.Head().ue(0).u(1, 1).ue(858993460).u(64, ~u64{0}), // 5 bits each: 4 bits and 2^32
         };
         for (const BitWriter& row : rows) {
             const ParsingHandle handle(VideoCodecHEVC);
@@ -220,8 +221,9 @@ TEST(HevcParameterSets, CountsBeyondTheDataEndWithIt)
             ExpectKept(handle.Hevc(), sps);
         }
     }
-    ExpectTiming({.vps_max_layer_id = 63, .vps_num_layer_sets_minus1 = huge, .timing = Timing{}},
-                 {kKeep, kKeep});
+    for (const u32 count : {huge, u32{1} << 26}) // the latter are 2^32 flags
+        ExpectTiming({.vps_max_layer_id = 63, .vps_num_layer_sets_minus1 = count, .timing = Timing{}},
+                     {kKeep, kKeep});
 }
 
 TEST(HevcParameterSets, MayEndAnywhere)

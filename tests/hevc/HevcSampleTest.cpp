@@ -123,6 +123,19 @@ TEST(HevcSample, UnreadableOnesLeaveAnEmptyVerdict)
     EXPECT_EQ(Judge(handle, Picture(2)), kContinues);
 }
 
+TEST(HevcSample, WhatIsMissingOfAHeaderIsNotReadFromTheNextNalUnit)
+{
+    const Bytes sets = Vps{} + Sps{.log2_max_pic_order_cnt_lsb_minus4 = 27} + Pps{};
+    const Bytes slice = "00 00 01 02 01 e0"_bytes; // ends in the picture order count, of 31 bits
+    const ParsingHandle tested(VideoCodecHEVC), read(VideoCodecHEVC);
+    for (const Bytes& behind : {Bytes{}, kSets, Nal(63, Bytes(80, 0xFF), 0, 3)}) {
+        Judge(tested, sets + slice + behind);
+        EXPECT_EQ(tested.Hevc().picOrderCnt, 0);
+        read.Feed(sets + slice + behind);
+        EXPECT_EQ(read.Hevc().picOrderCnt, 0);
+    }
+}
+
 TEST(HevcSample, TestsAndReadingShareTheHandlesState)
 {
     const ParsingHandle handle(VideoCodecHEVC);

@@ -64,13 +64,13 @@ void JsonDocument(const Json& json)
 void Remark(std::string_view text)
 {
     const std::string lines = std::string(text) + '\n';
-    std::fflush(stdout); // comes behind what has been printed
+    Finish(); // what has been printed comes first
     std::fwrite(lines.data(), 1, lines.size(), stderr);
 }
 
 void Finish()
 {
-    if (std::fflush(stdout) != 0)
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
         FailWithErrno();
 }
 

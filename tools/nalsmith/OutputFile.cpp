@@ -8,15 +8,12 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace host {
 namespace {
-
-namespace fs = std::filesystem;
 
 // The temporary file, for a signal that ends the run.
 char unfinished[PATH_MAX];
@@ -73,28 +70,44 @@ mode_t DefaultMode()
 
 } // namespace
 
-OutputFile::OutputFile(const std::string& path) : name_(path), target_(path)
+OutputFile::OutputFile(const std::string& path) : name_(path == "-" ? "standard output" : path), target_(path)
 {
-    if (path == "-") {
-        name_ = "standard output";
+    if (path == "-")
         file_ = stdout;
+    else
+        Open();
+    if (file_ == nullptr) {
+        const int error = errno;
+        Discard();
+        Fail(error);
+    }
+}
+
+// Where it leaves no file, errno tells why.
+void OutputFile::Open()
+{
+    struct stat existing = {};
+    const bool exists = ::stat(target_.c_str(), &existing) == 0;
+    if (!exists && errno != ENOENT)
+        return;
+    if (exists && !S_ISREG(existing.st_mode)) {
+        file_ = std::fopen(target_.c_str(), "wbe");
         return;
     }
-    std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (fs::is_regular_file(status))
-        target_ = fs::canonical(path, error).string(); // a link stays and points to the new file
-    if (fs::is_regular_file(status) && (error || ::access(target_.c_str(), W_OK) != 0))
-        Fail(error ? error.value() : errno);
-    if (fs::is_regular_file(status) || status.type() == fs::file_type::not_found)
-        OpenBeside();
-    else
-        file_ = std::fopen(path.c_str(), "wbe");
-    if (file_ == nullptr) {
-        const int failure = errno;
-        Discard();
-        Fail(failure);
-    }
+    if (exists && (::access(target_.c_str(), W_OK) != 0 || !FollowLinks()))
+        return;
+    OpenBeside(exists ? existing.st_mode & 0777 : DefaultMode());
+}
+
+// A link stays, and points to the new file.
+bool OutputFile::FollowLinks()
+{
+    char* const real = ::realpath(target_.c_str(), nullptr);
+    if (real == nullptr)
+        return false;
+    target_ = real;
+    std::free(real);
+    return true;
 }
 
 OutputFile::~OutputFile()
@@ -113,12 +126,9 @@ void OutputFile::Discard()
     SetUnfinished({});
 }
 
-void OutputFile::OpenBeside()
+void OutputFile::OpenBeside(unsigned mode)
 {
-    struct stat existing = {};
-    const bool exists = ::stat(target_.c_str(), &existing) == 0;
-    const std::size_t slash = target_.rfind('/');
-    const std::string folder = slash == std::string::npos ? "" : target_.substr(0, slash + 1);
+    const std::string folder = target_.substr(0, target_.rfind('/') + 1); // empty for the current one
     std::string path = folder + ".nalsmith-XXXXXX";
 
     const SignalsHeld held;
@@ -129,7 +139,7 @@ void OutputFile::OpenBeside()
     temporary_ = path;
     SetUnfinished(temporary_);
     // A file system without permissions may refuse, which does no harm.
-    static_cast<void>(::fchmod(descriptor, exists ? existing.st_mode & 07777 : DefaultMode()));
+    static_cast<void>(::fchmod(descriptor, mode));
     file_ = ::fdopen(descriptor, "wb");
 }
 

@@ -32,7 +32,9 @@ public:
     std::uint64_t BytesWritten() const { return bytesWritten_; }
 
 private:
-    void OpenBeside();
+    void Open();
+    bool FollowLinks();
+    void OpenBeside(unsigned mode);
     void Close();
     void Discard();
     [[noreturn]] void Fail(int error) const;

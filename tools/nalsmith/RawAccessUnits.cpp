@@ -53,7 +53,7 @@ bool RawAccessUnits::IsStored(ByteView nal, const std::optional<NalHeader>& head
 // slice whose parameter sets are known.
 bool RawAccessUnits::Test(ByteView nal)
 {
-    VideoInfoEx verdict;
+    VideoInfoEx verdict = {};
     return VideoSampleTest(sampleTest_.get(), nal.data, static_cast<std::uint32_t>(nal.size), &verdict) == 0;
 }
 

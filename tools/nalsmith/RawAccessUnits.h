@@ -23,7 +23,7 @@ namespace host {
 struct RawNal {
     ByteView bytes;
     NalHeader header;
-    bool stored; // part of the library's access unit, too; otherwise dropped by it
+    bool stored = false; // part of the library's access unit, too; otherwise dropped by it
 };
 
 class RawAccessUnits {
@@ -40,10 +40,10 @@ public:
 
 private:
     struct Held {
-        std::size_t offset; // in bytes_
-        std::size_t size;
+        std::size_t offset = 0; // in bytes_
+        std::size_t size = 0;
         NalHeader header;
-        bool stored;
+        bool stored = false;
     };
 
     bool IsStored(ByteView nal, const std::optional<NalHeader>& header);

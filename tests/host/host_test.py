@@ -1,0 +1,301 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Runs the host program on the bundled streams, which it also takes apart by itself to have something to hold the
+program's answers against. Usage: host_test.py PROGRAM [TEST...]"""
+import base64
+import json
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+STREAMS = ROOT / "tests/streams"
+AVC, HEVC = (ROOT / f"samples/testsrc2_320x180.{ending}" for ending in ("h264", "h265"))
+FACTS = json.loads((STREAMS / "facts.json").read_text())
+ALL = [(path, path.suffix == ".h265") for path in [AVC, HEVC] + [STREAMS / name for name in FACTS]]
+FIELDS = """width height frameRateNum frameRateDen video_signal_type_present_flag video_format video_full_range_flag
+    colour_description_present_flag colour_primaries transfer_characteristics matrix_coefficients""".split()
+PROGRAM = ""
+
+
+def split(path):  # the bytes before the first start code, and the NAL units
+    data = path.read_bytes()
+    starts = [match.start() for match in re.finditer(rb"\x00?\x00\x00\x01", data)]
+    return data[:starts[0]], [data[a:b] for a, b in zip(starts, starts[1:] + [len(data)])]
+
+
+def payload(nal):
+    return nal[nal.index(1) + 1:]
+
+
+def nal_type(nal, hevc=False):
+    return payload(nal)[0] >> 1 & 63 if hevc else payload(nal)[0] & 31
+
+
+class HostTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def run_host(self, *arguments, status=0, stdin=b""):
+        done = subprocess.run([PROGRAM, *map(str, arguments)], input=stdin, capture_output=True, timeout=120)
+        self.assertEqual(done.returncode, status, (arguments, done.stderr))
+        return done
+
+    def json_lines(self, *arguments, **options):
+        return [json.loads(line) for line in self.run_host(*arguments, **options).stdout.splitlines()]
+
+    def write(self, name, data):
+        (self.folder / name).write_bytes(data)
+        return self.folder / name
+
+
+class Units(HostTest):
+    def test_facts_of_the_test_streams(self):
+        for name, facts in FACTS.items():
+            sequence = {int(at): dict(zip(FIELDS, values)) for at, values in facts["sequence"].items()}
+            expected = [{"index": index, "size": size, "key": index in facts["key"], "sequence": sequence.get(index)}
+                        for index, size in enumerate(facts["sizes"])]
+            self.assertEqual(self.json_lines("units", "--json", STREAMS / name), expected, name)
+
+    def test_samples(self):
+        for path, codec, nals, kinds, rate in ((AVC, "avc", 261, ["SPS", "PPS"], [50, 2]),
+                                               (HEVC, "hevc", 270, ["VPS", "SPS", "PPS"], [25, 1])):
+            info = json.loads(self.run_host("info", "--json", path).stdout)
+            self.assertEqual([info[key] for key in ("codec", "bytes", "nalUnits", "accessUnits", "keyFrames")],
+                             [codec, path.stat().st_size, nals, 125, 5])
+            sets = [[each["kind"], each["id"], each["sent"]] for each in info["parameterSets"]]
+            self.assertEqual(sets, [[kind, 0, 5] for kind in kinds])
+            [sequence] = info["sequences"]
+            self.assertEqual(sequence["fields"], dict(zip(FIELDS, [320, 180, *rate, 1, 5, 0, 1, 1, 1, 1])))
+            self.assertEqual(sequence["frameRate"], {"num": 25, "den": 1, "decimal": 25.0})
+            self.assertIn(b"25/1 = 25.000 frames per second", self.run_host("info", path).stdout)
+            units = self.json_lines("units", "--json", "-", stdin=path.read_bytes())
+            self.assertEqual(([unit["index"] for unit in units if unit["key"]], sum(unit["size"] for unit in units)),
+                             ([0, 25, 50, 75, 100], path.stat().st_size))
+            self.assertEqual(len(self.run_host("units", path).stdout.splitlines()), 126)
+
+
+class Nals(HostTest):
+    def test_every_nal_unit_is_listed_where_it_stands(self):
+        for path, hevc in ALL:
+            leading, nals = split(path)
+            at, expected = len(leading), []
+            for nal in nals:
+                expected.append([len(expected), at, len(nal), nal_type(nal, hevc)])
+                at += len(nal)
+            listed = self.json_lines("nals", "--json", path)
+            self.assertEqual([[entry[key] for key in ("index", "offset", "size", "nal_unit_type")]
+                              for entry in listed], expected, path)
+
+    def test_slices_and_names_of_the_samples(self):
+        listed = self.json_lines("nals", "--json", AVC)
+        types = [entry["picType"] for entry in listed]
+        self.assertEqual((types.count(7), types.count(None), types.count(5) + types.count(6)), (5, 136, 120))
+        names = {f"coded slice of {kind} picture" for kind in ("an IDR", "a non-IDR")}
+        self.assertEqual({entry["name"] for entry in listed if entry["isSlice"]}, names)
+        self.assertEqual([entry["sliceHeaderSize"] for entry in listed[3:6]], [None, 3, None])
+        names = [entry["name"] for entry in self.json_lines("nals", "--json", HEVC)[:6]]
+        self.assertEqual(names, ["AUD_NUT", "VPS_NUT", "SPS_NUT", "PPS_NUT", "PREFIX_SEI_NUT", "IDR_N_LP"])
+
+    def test_odd_units(self):
+        for codec, stream, keys, expected in (
+                ("avc", b"\5\0\0\0\0\1\x09\x10\0\0\1\0\0\1\x0a\0\0\1\xe5\x88\x84\0\0\1\x41\x9a",
+                 ["offset", "size", "nal_unit_type", "nal_ref_idc", "forbidden_zero_bit", "isSlice"],
+                 [[2, 6, 9, 0, 0, False], [8, 3, None, None, None, False], [11, 4, 10, 0, 0, False],
+                  [15, 6, 5, 3, 1, False], [21, 5, 1, 2, 0, True]]),
+                ("hevc", b"\0\0\1\x43\x0b\x12\0\0\1\x02\0\0\1\x2a\x01\x99",
+                 ["nal_unit_type", "name", "nuh_layer_id", "nuh_temporal_id_plus1", "isSlice"],
+                 [[33, "SPS_NUT", 33, 3, False], [1, "TRAIL_R", None, None, True], [21, "CRA_NUT", 0, 1, True]])):
+            listed = self.json_lines("nals", "--json", "--codec", codec, "-", stdin=stream)
+            self.assertEqual([[entry[key] for key in keys] for entry in listed], expected)
+
+    def test_each_distinct_parameter_set_once(self):
+        for path, hevc in ALL:
+            kinds = {32: "VPS", 33: "SPS", 34: "PPS"} if hevc else {7: "SPS", 8: "PPS"}
+            expected = list(dict.fromkeys(
+                (kinds[nal_type(nal, hevc)], payload(nal).rstrip(b"\0").hex())
+                for nal in split(path)[1] if nal_type(nal, hevc) in kinds))
+            out = self.folder / "sets"
+            listed = self.json_lines("params", "--json", path, "-o", out)
+            self.assertEqual([(entry["kind"], entry["hex"]) for entry in listed], expected, path)
+            self.assertEqual([2 * entry["size"] for entry in listed], [len(unit) for _, unit in expected])
+            self.assertEqual(out.read_bytes().hex(), "".join("00000001" + unit for _, unit in expected))
+            self.assertEqual(self.run_host("params", path, "-o", "-").stdout, out.read_bytes())
+        stream = b"\0\0\1\x67\x42\0\x1e\xed\0\0\1\x68\x68\x80\0\0\1\x67\x42\0\x1e\x24\0\0\1\x68"
+        listed = self.json_lines("params", "--json", "-", stdin=stream)
+        self.assertEqual([(entry["kind"], entry["id"]) for entry in listed], [("SPS", 0), ("PPS", 2), ("SPS", 3)])
+
+
+class Check(HostTest):
+    def breaks(self, status, path, **options):
+        return [unit["index"] for unit in self.json_lines("check", "--json", path, status=status, **options)
+                if unit["discontinuity"]]
+
+    def test_breaks(self):
+        nals = split(AVC)[1]
+        pictures = [at for at, nal in enumerate(nals) if nal_type(nal) in (1, 5)]
+        referred = [payload(nals[at])[0] >> 5 != 0 for at in pictures]
+        lost = referred.index(True, 31)
+        last = referred.index(True, lost + 1) - 1  # of those that follow no known reference picture
+        broken = b"".join(nals[:pictures[lost]] + nals[pictures[lost] + 1:])
+        breaks = list(range(lost, last + 1))
+        self.assertEqual(self.breaks(1, "-", stdin=broken), breaks)
+        told = f"{len(breaks)} breaks in 124 access units: {', '.join(map(str, breaks))}\n".encode()
+        self.assertIn(told, self.run_host("check", "-", status=1, stdin=broken).stdout)
+        self.assertEqual(self.breaks(1, STREAMS / "avc_hand_starts_in_the_middle.h264"), [0])  # no parameter sets
+
+    def test_a_whole_stream(self):
+        units = self.json_lines("check", "--json", AVC)
+        slices = [entry["picType"] for entry in self.json_lines("nals", "--json", AVC) if entry["isSlice"]]
+        self.assertEqual([unit["picType"] for unit in units], slices)
+        self.assertEqual({(unit["discontinuity"], unit["isFramePicture"]) for unit in units}, {(0, 1)})
+        self.assertEqual([unit["index"] for unit in units if unit["intraPicture"]], [0, 25, 50, 75, 100])
+        self.assertIn(b"no break in 125 access units", self.run_host("check", AVC).stdout)
+
+    def test_reordered_pictures_of_hevc(self):
+        done = self.run_host("check", "--json", HEVC, status=1)
+        self.assertEqual((b"reordered pictures" in done.stderr, done.stdout.count(b'"picType":null')), (True, 125))
+        self.assertEqual(self.breaks(0, "-", stdin=b"".join(split(HEVC)[1][:6] * 3)), [])
+
+
+class UserData(HostTest):
+    def get(self, path):
+        return {entry["index"]: entry["text"].encode() if "text" in entry else base64.b64decode(entry["base64"])
+                for entry in self.json_lines("userdata", "get", "--json", path)}
+
+    def test_what_is_added_is_found_and_can_be_removed(self):
+        added, removed, plain = (self.folder / name for name in ("added", "removed", "plain"))
+        for path, hevc in ALL:
+            count = len(self.json_lines("units", "--json", path))
+            data = {at: b"unit %d" % at if at % 2 else bytes([at % 256, 0, 0, 1, 0, 0, 3, 0]) for at in range(count)}
+            lines = [{"index": at, "base64": base64.b64encode(value).decode()} for at, value in data.items()]
+            told = self.run_host("userdata", "add", path, "-o", added, "--per-frame", "-",
+                                 stdin="\n".join(map(json.dumps, lines)).encode()).stderr
+            counts = [int(number) for number in re.findall(rb"\d+", told)]
+            got = self.get(added)
+            self.assertLessEqual(got.items(), data.items(), path)
+            self.assertEqual(counts, [count, len(got), count - len(got), path.stat().st_size, added.stat().st_size])
+            self.assertLessEqual(count - len(got), 1 if hevc else 0)
+            again = self.run_host("userdata", "get", "--json", added).stdout
+            self.run_host("userdata", "add", path, "-o", plain, "--per-frame", "-", stdin=again)
+            self.assertEqual(plain.read_bytes(), added.read_bytes())
+            for source, target in ((added, removed), (path, plain)):
+                self.run_host("userdata", "remove", source, "-o", target)
+            self.assertEqual(removed.read_bytes(), plain.read_bytes(), path)
+            self.assertEqual(self.get(removed), {})
+            others = [[nal for nal in split(file)[1] if nal_type(nal, hevc) != (39 if hevc else 6)]
+                      for file in (path, added, removed)]
+            self.assertEqual(others, [others[0]] * 3, path)
+            if others[0] == split(path)[1]:  # no SEI
+                self.assertEqual(removed.read_bytes(), path.read_bytes())
+
+    def test_all_other_bytes_stay(self):
+        message = b"\0\0\0\1\6\5\x12" + bytes.fromhex("99aed31bb8944b97ad39fb4ed5902ba1") + b"ab\x80"
+        stray = b"\0\0\1\x41\x98\x80\x11"  # a slice that names an unknown picture parameter set
+        # a delimiter; a bare start code; refused SEI; the stray slice; a NAL unit of four bytes
+        odd = b"\0\0\1\x09\x10\0\0\1\0\0\1\xe6\5\0\x80" + stray + b"\0\0\1\x0a"
+        expected = plain = b"\7\0" + stray
+        for nal in split(STREAMS / "avc_hand_escaped_headers.h264")[1]:
+            is_slice = nal_type(nal) in (1, 5)
+            plain += nal + (odd if is_slice else b"")
+            expected += message + nal + odd if is_slice else nal
+        added, removed = self.folder / "added", self.folder / "removed"
+        self.run_host("userdata", "add", self.write("odd", plain), "-o", added, "--text", "ab")
+        self.assertEqual(added.read_bytes(), expected)
+        self.run_host("userdata", "remove", added, "-o", removed)
+        self.assertEqual(removed.read_bytes(), plain)
+
+    def test_choice_of_access_units_and_forms_of_data(self):
+        blob, out = self.write("blob", bytes(range(256)) * 3), self.folder / "out"
+        for path in (AVC, HEVC):
+            for choice, chosen in ((["--every", 40], [0, 40, 80, 120]), (["--key-frames-only"], [0, 25, 50, 75, 100])):
+                self.run_host("userdata", "add", path, "-o", out, "--data-file", blob, *choice)
+                self.assertEqual(self.get(out), dict.fromkeys(chosen, blob.read_bytes()))
+                raw = self.run_host("userdata", "get", "--raw", out).stdout
+                self.assertEqual(raw, blob.read_bytes() * len(chosen))
+        for text, kind in (("h\u00e4llo", b"text"), ("", b"text"), ("a\nb", b"base64"), ("\u009b", b"base64")):
+            done = self.run_host("userdata", "add", AVC, "-o", "-", "--text", text, "--key-frames-only")
+            shown = self.run_host("userdata", "get", "-", stdin=done.stdout).stdout
+            self.assertEqual(len(re.findall(rb"(?m)^ +\d+ +%d  %s" % (len(text.encode()), kind), shown)), 5, shown)
+        self.assertEqual(self.run_host("userdata", "get", AVC).stdout, b"")
+
+    def test_lines_that_are_wrong(self):
+        for line, told in (('{"index":125,"text":"a"}', b"no access unit 125"), ("{", b"line 3: no JSON"),
+                           ('{"index":-1,"text":"a"}', b'line 3: "index"'), ('{"index":2}', b"line 3: has to have"),
+                           ('{"index":2,"text":"a","base64":""}', b"line 3: has to have"),
+                           ('{"index":2,"base64":"YQ"}', b'line 3: "base64"'), ('{"index":2,"text":7}', b"line 3"),
+                           ('{"index":1,"text":"a"}', b"line 3: an access unit")):
+            done = self.run_host("userdata", "add", AVC, "-o", self.folder / "out", "--per-frame", "-", status=3,
+                                 stdin=b'{"index":1,"text":"a"}\n\n' + line.encode())
+            self.assertIn(told, done.stderr)
+            self.assertEqual(os.listdir(self.folder), [])
+
+
+class Output(HostTest):
+    def add(self, source, out, **options):
+        return self.run_host("userdata", "add", source, "-o", out, "--text", "x", **options)
+
+    def test_a_failed_run_touches_nothing(self):
+        out = self.write("out", b"before")
+        for source in (self.write("no-stream", b"no start code"), self.folder / "missing"):
+            self.add(source, out, status=3)
+        for target in (self.folder / "missing" / "out", self.folder, "/dev/full"):
+            self.add(AVC, target, status=4)
+        self.assertEqual((sorted(os.listdir(self.folder)), out.read_bytes()), (["no-stream", "out"], b"before"))
+
+    def test_the_file_takes_the_place_of_the_old_one(self):
+        expected, same, link = self.add(AVC, "-").stdout, self.write("same", AVC.read_bytes()), self.folder / "link"
+        same.chmod(0o640)
+        link.symlink_to("same")
+        self.add(same, link)
+        self.assertEqual((same.read_bytes(), same.stat().st_mode & 0o777, link.is_symlink()), (expected, 0o640, True))
+        self.assertEqual(sorted(os.listdir(self.folder)), ["link", "same"])
+
+    def test_a_pipe_is_written_to_as_it_is(self):
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        with subprocess.Popen(["cat", pipe], stdout=subprocess.PIPE) as reader:
+            self.add(AVC, pipe)
+            self.assertEqual((pipe.is_fifo(), reader.stdout.read()), (True, self.add(AVC, "-").stdout))
+
+    def test_an_interrupted_run_leaves_nothing(self):
+        with subprocess.Popen([PROGRAM, "userdata", "remove", "-", "-o", self.folder / "out"],
+                              stdin=subprocess.PIPE, stderr=subprocess.DEVNULL) as run:
+            deadline = time.monotonic() + 60
+            while not os.listdir(self.folder) and time.monotonic() < deadline:
+                time.sleep(0.02)
+            self.assertEqual([name == "out" for name in os.listdir(self.folder)], [False])
+            run.terminate()
+            self.assertEqual(run.wait(60), -signal.SIGTERM)
+        self.assertEqual(os.listdir(self.folder), [])
+
+    def test_exit_statuses(self):
+        add, text = ["userdata", "add", AVC, "-o", "-"], ["--text", "a"]
+        for arguments in ([], ["nothing"], ["info"], ["userdata"], ["units", AVC, "--codec", "mpeg"], add,
+                          add[:3] + text, add + text + ["--per-frame", "x"], add + text + ["--every", "0"],
+                          add + text + ["--every", "2", "--key-frames-only"], add[:1] + ["get", AVC, "--json", "--raw"],
+                          ["userdata", "add", "-", "-o", "-", "--data-file", "-"]):
+            self.assertEqual(self.run_host(*arguments, status=2).stdout, b"")
+        for arguments in (["--help"], ["--version"], ["userdata", "add", "--help"]):
+            self.assertIn(b"nalsmith", self.run_host(*arguments).stdout)
+        with_data = self.write("data", self.run_host(*add, *text).stdout)
+        for command in (["info"], ["units"], ["nals"], ["check"], ["params"], ["userdata", "get"]):
+            for stdin in (b"", b"no start code at all"):
+                self.run_host(*command, "-", status=3, stdin=stdin)
+            for form in ([], ["--json"]):
+                with open("/dev/full", "wb") as full:
+                    done = subprocess.run([PROGRAM, *command, *form, with_data], stdout=full, stderr=subprocess.DEVNULL)
+                self.assertEqual(done.returncode, 4, command)
+
+
+if __name__ == "__main__":
+    PROGRAM = sys.argv.pop(1)
+    unittest.main(verbosity=0)

@@ -172,6 +172,9 @@ public:
     Status ReadPictureParameterSetData(VideoInfo* info);
     Status ReadSliceHeaderData(VideoInfo* info, u32 nalUnitType, u32 nalRefIdc, int* newPicture);
 
+    // avc/AvcSample.cpp: what stream::TestSample() asks for. True when the test has ended, with `status`.
+    bool TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& status);
+
     // avc/AvcStream.cpp: what stream::ReadPiece() asks for.
     avc::NalHeader ReadNalHeader(const NalUnit& nal);
     Status ReadSlice(const avc::NalHeader& header, NalUnit& nal, int* newPicture);
@@ -232,6 +235,9 @@ public:
     Status ReadPictureParameterSetData(VideoInfo* info);
     Status ReadSliceHeaderData(VideoInfo* info, u32 nalUnitType, const u8* nal, int* newPicture,
                                VideoInfoEx* sampleInfo);
+
+    // hevc/HevcSample.cpp: what stream::TestSample() asks for. True when the test has ended, with `status`.
+    bool TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& status);
 
     // hevc/HevcStream.cpp: what stream::ReadPiece() asks for.
     hevc::NalHeader ReadNalHeader(const NalUnit& nal);

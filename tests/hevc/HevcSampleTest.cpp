@@ -144,10 +144,10 @@ TEST(HevcSample, TestsAndReadingShareTheHandlesState)
     EXPECT_EQ(handle.Feed(Picture(3)).frame, Picture(1));
     EXPECT_EQ(Judge(handle, Picture(4)), kContinues);
 
-    const ParsingHandle tested(VideoCodecHEVC); // where the first slice segment of the stream is not
+    const ParsingHandle tested(VideoCodecHEVC); // which has stored nothing when a picture begins
     EXPECT_EQ(Judge(tested, kKeySample), kIntra);
-    EXPECT_EQ(FramesOf(tested.FeedAll({Delimiter{}, Picture(1)})),
-              (std::vector<Bytes>{Delimiter{}, Picture(1)}));
+    EXPECT_EQ(FramesOf(tested.FeedAll({Picture(1), Delimiter{}, Picture(2)})),
+              (std::vector<Bytes>{Picture(1), Delimiter{} + Picture(2)}));
 }
 
 TEST(HevcSample, ThePictureTypeIsNeverTold)

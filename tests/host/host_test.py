@@ -1,7 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Runs the host program on the bundled streams, which it also takes apart by itself to have something to hold the
-program's answers against. Usage: host_test.py PROGRAM [TEST...]"""
+"""Runs the host program on the bundled streams. Usage: host_test.py PROGRAM [TEST...]"""
 import base64
 import json
 import os
@@ -146,8 +145,7 @@ class Check(HostTest):
         lost = referred.index(True, 31)
         last = referred.index(True, lost + 1) - 1  # of those that follow no known reference picture
         broken = b"".join(nals[:pictures[lost]] + nals[pictures[lost] + 1:])
-        breaks = list(range(lost, last + 1))
-        self.assertEqual(self.breaks(1, "-", stdin=broken), breaks)
+        self.assertEqual(breaks := self.breaks(1, "-", stdin=broken), list(range(lost, last + 1)))
         told = f"{len(breaks)} breaks in 124 access units: {', '.join(map(str, breaks))}\n".encode()
         self.assertIn(told, self.run_host("check", "-", status=1, stdin=broken).stdout)
         self.assertEqual(self.breaks(1, STREAMS / "avc_hand_starts_in_the_middle.h264"), [0])  # no parameter sets
@@ -192,15 +190,15 @@ class UserData(HostTest):
             self.assertEqual(removed.read_bytes(), plain.read_bytes(), path)
             self.assertEqual(self.get(removed), {})
             others = [[nal for nal in split(file)[1] if nal_type(nal, hevc) != (39 if hevc else 6)]
-                      for file in (path, added, removed)]
+                      for file in (path, added, removed)]  # all but SEI
             self.assertEqual(others, [others[0]] * 3, path)
-            if others[0] == split(path)[1]:  # no SEI
+            if others[0] == split(path)[1]:
                 self.assertEqual(removed.read_bytes(), path.read_bytes())
 
     def test_all_other_bytes_stay(self):
         message = b"\0\0\0\1\6\5\x12" + bytes.fromhex("99aed31bb8944b97ad39fb4ed5902ba1") + b"ab\x80"
         stray = b"\0\0\1\x41\x98\x80\x11"  # a slice that names an unknown picture parameter set
-        # a delimiter; a bare start code; refused SEI; the stray slice; a NAL unit of four bytes
+        # delimiter, bare start code, refused SEI, that slice, a NAL unit of four bytes
         odd = b"\0\0\1\x09\x10\0\0\1\0\0\1\xe6\5\0\x80" + stray + b"\0\0\1\x0a"
         expected = plain = b"\7\0" + stray
         for nal in split(STREAMS / "avc_hand_escaped_headers.h264")[1]:

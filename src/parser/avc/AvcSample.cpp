@@ -7,6 +7,7 @@
 #include "parser/bitstream/NextToRead.h"
 #include "parser/bitstream/Reading.h"
 #include "parser/bitstream/Scan.h"
+#include "parser/stream/TestSample.h"
 
 using bitstream::NextToTest;
 
@@ -80,29 +81,26 @@ Status CParseAVCParams::QuerySliceType(const u8* data, u32 size, VideoPicType& t
 
 Status CParseAVCParams::VideoSampleTest(const u8* data, u32 size, VideoInfoEx* info)
 {
-    if (info == nullptr || queue == nullptr)
-        return kFailed; // no record to fill, or not a parsing handle
-    *info = {};
+    return stream::TestSample<avc::Extent>(*this, data, size, info);
+}
+
+// A set forbidden_zero_bit is no reason to stop here.
+bool CParseAVCParams::TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& status)
+{
+    const avc::NalHeader header = ReadNalHeader(nal);
     VideoInfo scratch = {};
-    const bitstream::Scan scan(*this, data, size);
-    NalUnit nal;
-    Status status = NextToTest<avc::Extent>(*this, nal);
-    for (; nal.HasPayload(); status = NextToTest<avc::Extent>(*this, nal)) {
-        const avc::NalHeader header =
-            ReadNalHeader(nal); // a set forbidden_zero_bit is no reason to stop here
-        if (avc::IsSlice(header.nal_unit_type)) {
-            int newPicture = 0;
-            if (ReadSlice(header, nal, &newPicture) != kOk) {
-                info->discontinuity = 1;
-                return kFailed;
-            }
-            JudgeSlice(*this, *info);
-            return kOk;
-        }
-        if (header.nal_unit_type == avc::kSps)
-            ReadSequenceParameterSetData(&scratch);
-        else if (header.nal_unit_type == avc::kPps)
-            ReadPictureParameterSetData(&scratch);
-    }
-    return status;
+    if (header.nal_unit_type == avc::kSps)
+        ReadSequenceParameterSetData(&scratch);
+    else if (header.nal_unit_type == avc::kPps)
+        ReadPictureParameterSetData(&scratch);
+    if (!avc::IsSlice(header.nal_unit_type))
+        return false;
+
+    int newPicture = 0;
+    status = ReadSlice(header, nal, &newPicture);
+    if (status == kOk)
+        JudgeSlice(*this, info);
+    else
+        info.discontinuity = 1;
+    return true;
 }

@@ -5,6 +5,7 @@
 #include "Handles.h"
 
 #include <gtest/gtest.h>
+#include <sstream>
 
 namespace {
 
@@ -98,110 +99,82 @@ TEST(AvcQueryType, IsTheFirstSlicesAsCoded)
     EXPECT_EQ(handle.Avc().firstSlice, 1u);
 }
 
-// Samples tested one after another, behind IDR pictures of frame_num 0.
-struct Step {
-    Slice slice;
-    u32 discontinuity = 0, intraPicture = 0;
-};
-
-void ExpectSteps(const char* what, const Sps& sps, u32 firstIsField, std::vector<Step> steps)
+// Tests samples one after another on one handle. A sample is written as P, n (a P picture that is no
+// reference), I, D (IDR) or d (IDR that is no reference), frame_num, t or b for a top or bottom field, ! for
+// a discontinuity.
+void ExpectVerdicts(const char* what, const Sps& sps, const std::string& samples)
 {
     SCOPED_TRACE(what);
     const ParsingHandle handle;
-    const Slice first{.sps = sps, .nal_unit_type = kIdr, .field_pic_flag = firstIsField};
-    EXPECT_EQ(Judge(handle, sps + Pps{} + first), (Verdict{0, 0, 1 - firstIsField, 1}));
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-        Slice& slice = steps[i].slice;
-        slice.sps = sps;
+    handle.Feed(sps + Pps{});
+    std::istringstream in(samples);
+    for (std::string text; in >> text;) {
+        const char kind = text[0];
+        const bool idr = kind == 'D' || kind == 'd', intra = idr || kind == 'I';
+        const bool top = text.find('t') != text.npos, bottom = text.find('b') != text.npos,
+                   field = top || bottom;
+        const Slice slice{.sps = sps,
+                          .nal_unit_type = idr ? kIdr : 1,
+                          .nal_ref_idc = kind == 'n' || kind == 'd' ? 0u : 1u,
+                          .slice_type = intra ? 7u : 0u,
+                          .frame_num = static_cast<u32>(std::stoul(text.substr(1))),
+                          .field_pic_flag = field ? 1u : 0u,
+                          .bottom_field_flag = bottom ? 1u : 0u};
         EXPECT_EQ(Judge(handle, slice),
-                  (Verdict{0, steps[i].discontinuity, 1 - slice.field_pic_flag, steps[i].intraPicture}))
-            << "sample " << i;
+                  (Verdict{0, text.back() == '!' ? 1u : 0u, field ? 0u : 1u, intra ? 1u : 0u}))
+            << text;
         EXPECT_EQ(handle.Avc().curFrameNum, slice.frame_num);
     }
-}
-
-Slice P(u32 frame_num, u32 nal_ref_idc = 2)
-{
-    return {.nal_ref_idc = nal_ref_idc, .slice_type = 0, .frame_num = frame_num};
-}
-
-Slice I(u32 frame_num, u32 slice_type = 7, u32 nal_unit_type = 1)
-{
-    return {.nal_unit_type = nal_unit_type, .slice_type = slice_type, .frame_num = frame_num};
-}
-
-Slice Field(Slice slice, u32 bottom_field_flag)
-{
-    slice.field_pic_flag = 1;
-    slice.bottom_field_flag = bottom_field_flag;
-    return slice;
-}
-
-Slice Top(const Slice& slice)
-{
-    return Field(slice, 0);
-}
-
-Slice Bottom(const Slice& slice)
-{
-    return Field(slice, 1);
 }
 
 TEST(AvcSampleTest, FramesFollowTheLastReferencePicture)
 {
     const Sps sps, gaps{.gaps_in_frame_num_value_allowed_flag = 1};
-    ExpectSteps("B between P", sps, 0, {{P(1)}, {P(2, 0)}, {P(2, 0)}, {P(2)}, {P(3, 0)}, {P(3)}});
-    ExpectSteps("gaps", sps, 0,
-                {{P(1)}, {P(3), 1}, {P(5), 1}, {P(6)}, {P(9, 0), 1}, {P(7)}, {P(7), 1}, {P(6), 1}});
-    ExpectSteps("wrap", sps, 0, {{P(15), 1}, {P(0)}, {P(15), 1}, {P(0, 0)}, {P(0)}, {P(1)}});
-    ExpectSteps("wider", {.log2_max_frame_num_minus4 = 1}, 0, {{P(15), 1}, {P(16)}, {P(31), 1}, {P(0)}});
-    ExpectSteps("widest", {.log2_max_frame_num_minus4 = 28}, 0, {{P(1)}, {P(0xFFFFFFFF), 1}, {P(0)}, {P(1)}});
-    ExpectSteps("gaps allowed", gaps, 0, {{P(7)}, {P(3)}, {P(3, 0)}, {I(9), 0, 1}});
-    ExpectSteps("intra pictures", sps, 0,
-                {{I(1), 0, 1}, {I(2, 2), 0, 1}, {I(9), 1, 1}, {I(10, 4)}, {I(11, 9)}, {I(12, 7, 2), 0, 1}});
-    ExpectSteps(
-        "IDR pictures", sps, 0,
-        {{I(9, 7, kIdr), 0, 1}, {P(10)}, {I(0, 0, kIdr), 0, 1}, {P(1)}, {P(2, 0)}, {I(0, 7, kIdr), 0, 1}});
-    Slice unreferenced = I(5, 7, kIdr);
-    unreferenced.nal_ref_idc = 0;
-    ExpectSteps("IDR that is no reference", sps, 0, {{P(1)}, {unreferenced, 0, 1}, {P(2)}});
+    ExpectVerdicts("B between P", sps, "D0 P1 n2 n2 P2 n3 P3");
+    ExpectVerdicts("gaps", sps, "D0 P1 P3! P5! P6 n9! P7 P7! P6!");
+    ExpectVerdicts("wrap", sps, "D0 P15! P0 P15! n0 P0 P1");
+    ExpectVerdicts("wider", {.log2_max_frame_num_minus4 = 1}, "D0 P15! P16 P31! P0");
+    ExpectVerdicts("widest", {.log2_max_frame_num_minus4 = 28}, "D0 P1 P4294967295! P0 P1");
+    ExpectVerdicts("gaps allowed", gaps, "D0 P7 P3 n3 I9");
+    ExpectVerdicts("intra pictures", sps, "D0 I1 P2 I9! P10");
+    ExpectVerdicts("IDR pictures", sps, "D9 P10 D0 P1 n2 D0");
+    ExpectVerdicts("IDR that is no reference", sps, "D0 P1 d5 P2");
+    ExpectVerdicts("none before", sps, "P1 P2 P5!");
 }
 
 TEST(AvcSampleTest, OfFieldsTheOpeningOnesAreCompared)
 {
-    const Sps sps{.frame_mbs_only_flag = 0},
-        gaps{.gaps_in_frame_num_value_allowed_flag = 1, .frame_mbs_only_flag = 0};
-    ExpectSteps("top first", sps, 1,
-                {{Bottom(P(0))}, {Top(P(1))}, {Bottom(P(1))}, {Top(P(2, 0))}, {Bottom(P(2, 0))}});
-    ExpectSteps("a gap is that of both fields", sps, 1,
-                {{Bottom(P(0))}, {Top(P(3)), 1}, {Bottom(P(3)), 1}, {Top(P(4))}, {Bottom(P(9))}});
-    ExpectSteps("a second field is not compared", sps, 1,
-                {{Bottom(P(7))}, {Top(P(8))}, {Bottom(P(2, 0))}, {Top(P(9))}});
-    ExpectSteps("an intra field clears the gap", sps, 1,
-                {{Top(P(3)), 1}, {Bottom(I(9)), 1, 1}, {Top(P(9)), 1}, {Bottom(P(10))}, {Top(P(2))}});
-    ExpectSteps("intra pair: the bottom field becomes the opening one", sps, 1,
-                {{Bottom(P(0))}, {Top(I(1)), 0, 1}, {Bottom(I(1)), 1, 1}, {Bottom(P(2))}, {Top(P(2))}});
-    ExpectSteps("intra top with a gap", sps, 1,
-                {{Top(I(4)), 1, 1}, {Bottom(P(4)), 1}, {Top(P(5))}, {Bottom(P(5))}});
-    ExpectSteps("behind an intra frame bottom comes first", sps, 0,
-                {{Bottom(P(1))}, {Top(P(7))}, {Bottom(P(7)), 1}, {Top(P(7)), 1}});
-    ExpectSteps("frames between", sps, 1,
-                {{Bottom(P(0))}, {P(1)}, {P(3), 1}, {Top(P(4))}, {Bottom(P(9))}, {I(10), 0, 1}, {Top(P(2))}});
-    ExpectSteps("a frame leaves the gap of the field before", sps, 1,
-                {{Top(P(3)), 1}, {P(4)}, {Bottom(P(4)), 1}});
-    ExpectSteps("an IDR field clears it, an intra frame does not", sps, 1,
-                {{Top(P(3)), 1},
-                 {Top(I(0, 7, kIdr)), 0, 1},
-                 {Bottom(P(0))},
-                 {Top(P(3)), 1},
-                 {I(4), 0, 1},
-                 {Top(P(5)), 1}});
-    ExpectSteps("gaps allowed", gaps, 1, {{Top(P(9))}, {Bottom(P(3))}, {Top(I(1)), 0, 1}});
+    const Sps sps{.frame_mbs_only_flag = 0};
+    const Sps gaps{.gaps_in_frame_num_value_allowed_flag = 1, .frame_mbs_only_flag = 0};
+    ExpectVerdicts("top first", sps, "D0t P0b P1t P1b n2t n2b P2t P2b");
+    ExpectVerdicts("a gap is that of both fields", sps, "D0t P0b P3t! P3b! P4t P9b");
+    ExpectVerdicts("a second field is not compared", sps, "D0t P7b P8t n2b P9t");
+    ExpectVerdicts("an intra field learns anew", sps, "D0t P3t! I9b! P9t! P10b P2t");
+    ExpectVerdicts("of two intra fields the second compares", sps, "D0t P0b I1t I1b! P2b P2t");
+    ExpectVerdicts("intra top with a gap", sps, "D0t I4t! P4b! P5t P5b");
+    ExpectVerdicts("bottom first", sps, "D0b P0t P1b P7t P8b P8t P3b! P3t!");
+    ExpectVerdicts("behind a frame bottom comes first", sps, "D0 P1b P7t P7b! P7t!");
+    ExpectVerdicts("frames between", sps, "D0t P0b P1 P3! P4t P9b I10 P2t");
+    ExpectVerdicts("a frame leaves the gap of the field before", sps, "D0t P3t! P4 P4b!");
+    ExpectVerdicts("an IDR field clears it, an intra frame does not", sps, "D0t P3t! D0t P0b P3t! I4 P5t!");
+    ExpectVerdicts("gaps allowed", gaps, "D0t P9t P3b I1t");
+}
+
+TEST(AvcSampleTest, IntraIsByTypeOfSliceOrNalUnit)
+{
+    for (const u32 unit : {1u, 2u, kIdr})
+        for (u32 type = 0; type <= 12; ++type) {
+            const u32 intra = unit == kIdr || type == 2 || type == 7 ? 1 : 0;
+            const Slice slice{.nal_unit_type = unit, .slice_type = type, .frame_num = 1};
+            EXPECT_EQ(Judge(ParsingHandle(), kSets + slice), (Verdict{0, 0, 1, intra}))
+                << unit << ", " << type;
+        }
 }
 
 TEST(AvcSampleTest, SamplesThatCannotBeJudged)
 {
-    const Bytes known = P(1), forbidden = "00 00 00 01 c1"_bytes + known.From(5, known.size() - 5),
+    const Bytes known = Slice{.slice_type = 0, .frame_num = 1},
+                forbidden = "00 00 00 01 c1"_bytes + known.From(5, known.size() - 5),
                 unknown = Slice{.pps = {.pic_parameter_set_id = 4}};
     const Verdict nothing{0, 0, 0, 0}, refused{-1, 1, 0, 0}, fits{0, 0, 1, 0};
     const std::pair<Bytes, Verdict> rows[] = {
@@ -249,12 +222,13 @@ TEST(AvcSampleTest, SharesParameterSetsAndHistoryWithTheDriver)
     const CParseAVCParams& parser = handle.Avc();
     const Bytes second = Slice{.first_mb_in_slice = 3, .frame_num = 2};
     handle.Feed(kSets + Slice{.frame_num = 1});
-    EXPECT_EQ(Judge(handle, P(2)), (Verdict{0, 1, 1, 0})); // the driver tested nothing
+    EXPECT_EQ(Judge(handle, Slice{.slice_type = 0, .frame_num = 2}),
+              (Verdict{0, 1, 1, 0})); // the driver tested nothing
     // For the driver the tested slice is the one before, so this one goes on with its picture.
     EXPECT_EQ(handle.Feed(second).info.frameAvailable, 0u);
     EXPECT_EQ(handle.Flush().frame, kSets + Slice{.frame_num = 1} + second);
     EXPECT_EQ(parser.prevRefFrameNum, 2u);
-    EXPECT_EQ(Judge(handle, P(3)), (Verdict{0, 0, 1, 0}));
+    EXPECT_EQ(Judge(handle, Slice{.slice_type = 0, .frame_num = 3}), (Verdict{0, 0, 1, 0}));
     handle.Feed(Sps{.log2_max_frame_num_minus4 = 1}); // for the samples as well
     EXPECT_EQ(Judge(handle, Slice{.sps = {.log2_max_frame_num_minus4 = 1}, .frame_num = 20}),
               (Verdict{0, 1, 1, 1}));

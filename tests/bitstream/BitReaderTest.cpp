@@ -136,7 +136,14 @@ struct BitByBit {
     u64 position = 0;
 
     bool DataLeft() const { return position < bytes.size() * 8; }
-    u64 Bit() { return DataLeft() ? bytes[position / 8] >> (7 - position++ % 8) & 1 : 0; }
+    u64 Bit()
+    {
+        if (!DataLeft())
+            return 0;
+        const u64 bit = bytes[position / 8] >> (7 - position % 8) & 1;
+        ++position;
+        return bit;
+    }
     u32 ReadData(u32 n)
     {
         u64 value = 0;

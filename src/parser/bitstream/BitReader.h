@@ -41,13 +41,12 @@ public:
 
     u32 GetUE()
     {
-        u32 length = CodeLength();
-        if (length > bits_) {
+        if (!HoldsCode()) {
             Refill();
-            length = CodeLength();
-            if (length > bits_)
+            if (!HoldsCode())
                 return LongUE();
         }
+        const u32 length = CodeLength();
         const u32 value = static_cast<u32>(cache_ >> (64 - length)) - 1;
         Consume(length);
         return value;
@@ -91,8 +90,9 @@ public:
 private:
     static constexpr u32 kMaxLeadingZeros = 32;
 
-    // Of the Exp-Golomb code at hand. More than the cache can hold when there is no stop bit in it.
-    u32 CodeLength() const { return cache_ != 0 ? 2 * static_cast<u32>(__builtin_clzll(cache_)) + 1 : 129; }
+    // Of the Exp-Golomb code at hand, whose stop bit is in the cache.
+    u32 CodeLength() const { return 2 * static_cast<u32>(__builtin_clzll(cache_)) + 1; }
+    bool HoldsCode() const { return cache_ != 0 && CodeLength() <= bits_; }
 
     // At most as many as the cache holds, which is fewer than 64.
     void Consume(u32 n)

@@ -241,7 +241,6 @@ public:
 
     // hevc/HevcStream.cpp: what stream::ReadPiece() asks for.
     hevc::NalHeader ReadNalHeader(const NalUnit& nal);
-    Status ReadSlice(const hevc::NalHeader& header, NalUnit& nal, int* newPicture, VideoInfoEx* sampleInfo);
     void RouteNalUnit(stream::AccessUnit& unit, const hevc::NalHeader& header, NalUnit& nal, VideoInfo& info);
     void CompleteAccessUnit(stream::AccessUnit& unit, VideoInfo& info);
 

@@ -33,7 +33,7 @@ bool CParseHEVCParams::TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& stat
     default: return false;
     }
     int newPicture = 0;
-    status = ReadSlice(header, nal, &newPicture, &info);
+    status = ReadSliceHeaderData(&scratch, header.nal_unit_type, nal.rbsp, &newPicture, &info);
     if (status != kOk)
         info.discontinuity = 1;
     return true;

@@ -21,28 +21,6 @@ hevc::NalHeader CParseHEVCParams::ReadNalHeader(const NalUnit& nal)
     return hevc::HeaderOf(nal.rbsp[0], headerBytes == 2 ? nal.rbsp[1] : u8{0});
 }
 
-// From the head of the NAL unit; where that does not suffice, as if it had not been tried, from the whole.
-Status CParseHEVCParams::ReadSlice(const hevc::NalHeader& header, NalUnit& nal, int* newPicture,
-                                   VideoInfoEx* sampleInfo)
-{
-    const u32 firstBefore = firstSlice;
-    const i32 pocBefore = picOrderCnt;
-    const i32 prevPocBefore = prevTid0Poc;
-    const Status status =
-        ReadSliceHeaderData(nullptr, header.nal_unit_type, nal.rbsp, newPicture, sampleInfo);
-    if (!nal.headOnly || readRemaining != 0)
-        return status;
-    firstSlice = firstBefore;
-    picOrderCnt = pocBefore;
-    prevTid0Poc = prevPocBefore;
-    if (sampleInfo != nullptr)
-        *sampleInfo = {};
-    if (!CompleteHead(nal))
-        return kFailed;
-    ReadNalHeader(nal);
-    return ReadSliceHeaderData(nullptr, header.nal_unit_type, nal.rbsp, newPicture, sampleInfo);
-}
-
 void CParseHEVCParams::RouteNalUnit(AccessUnit& unit, const hevc::NalHeader& header, NalUnit& nal,
                                     VideoInfo& info)
 {
@@ -50,7 +28,7 @@ void CParseHEVCParams::RouteNalUnit(AccessUnit& unit, const hevc::NalHeader& hea
     switch (hevc::RoleOf(type)) {
     case Role::Slice: {
         int newPicture = 0;
-        if (ReadSlice(header, nal, &newPicture, nullptr) == kOk)
+        if (ReadSliceHeaderData(&info, type, nal.rbsp, &newPicture, nullptr) == kOk)
             stream::StoreSlice(*this, unit, nal, newPicture != 0, hevc::IsKeyPicture(type), info);
         return;
     }

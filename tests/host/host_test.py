@@ -6,6 +6,7 @@ import json
 import os
 import pathlib
 import re
+import resource
 import signal
 import subprocess
 import sys
@@ -37,14 +38,19 @@ def nal_type(nal, hevc=False):
     return payload(nal)[0] >> 1 & 63 if hevc else payload(nal)[0] & 31
 
 
+def without_room():  # in the host program's process: every write to a file fails, as on a full disk
+    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0))
+
+
 class HostTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
-    def run_host(self, *arguments, status=0, stdin=b""):
-        done = subprocess.run([PROGRAM, *map(str, arguments)], input=stdin, capture_output=True, timeout=120)
+    def run_host(self, *arguments, status=0, stdin=b"", **options):
+        done = subprocess.run([PROGRAM, *map(str, arguments)], input=stdin, capture_output=True, timeout=120, **options)
         self.assertEqual(done.returncode, status, (arguments, done.stderr))
         return done
 
@@ -245,8 +251,9 @@ class Output(HostTest):
         out = self.write("out", b"before")
         for source in (self.write("no-stream", b"no start code"), self.folder / "missing"):
             self.add(source, out, status=3)
-        for target in (self.folder / "missing" / "out", self.folder, "/dev/full"):
+        for target in (self.folder / "missing" / "out", self.folder):
             self.add(AVC, target, status=4)
+        self.add(AVC, out, status=4, preexec_fn=without_room)
         self.assertEqual((sorted(os.listdir(self.folder)), out.read_bytes()), (["no-stream", "out"], b"before"))
 
     def test_the_file_takes_the_place_of_the_old_one(self):
@@ -289,8 +296,9 @@ class Output(HostTest):
             for stdin in (b"", b"no start code at all"):
                 self.run_host(*command, "-", status=3, stdin=stdin)
             for form in ([], ["--json"]):
-                with open("/dev/full", "wb") as full:
-                    done = subprocess.run([PROGRAM, *command, *form, with_data], stdout=full, stderr=subprocess.DEVNULL)
+                with open(self.folder / "full", "wb") as full:
+                    done = subprocess.run([PROGRAM, *command, *form, with_data], stdout=full,
+                                          stderr=subprocess.DEVNULL, preexec_fn=without_room)
                 self.assertEqual(done.returncode, 4, command)
 
 

@@ -79,7 +79,12 @@ public:
 
     // bitstream/BitReader.cpp: behind the end of the data every bit is 0. Whole structures are read with
     // bitstream::Reading.
-    void InitReadData(const u8* data, u32 size);
+    void InitReadData(const u8* data, u32 size)
+    {
+        readPtr = data;
+        readRemaining = size;
+        bitPosition = 0;
+    }
     u32 ReadData(u32 n);
     u32 GetUE();
     i32 GetSE();
@@ -175,8 +180,10 @@ public:
     // avc/AvcSample.cpp: what stream::TestSample() asks for. True when the test has ended, with `status`.
     bool TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& status);
 
-    // avc/AvcStream.cpp: what stream::ReadPiece() asks for.
+    // avc/AvcNal.h
     avc::NalHeader ReadNalHeader(const NalUnit& nal);
+
+    // avc/AvcStream.cpp: what stream::ReadPiece() asks for.
     Status ReadSlice(const avc::NalHeader& header, NalUnit& nal, int* newPicture);
     void RouteNalUnit(stream::AccessUnit& unit, const avc::NalHeader& header, NalUnit& nal, VideoInfo& info);
     void CompleteAccessUnit(stream::AccessUnit& unit, VideoInfo& info);
@@ -239,8 +246,10 @@ public:
     // hevc/HevcSample.cpp: what stream::TestSample() asks for. True when the test has ended, with `status`.
     bool TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& status);
 
-    // hevc/HevcStream.cpp: what stream::ReadPiece() asks for.
+    // hevc/HevcNal.h
     hevc::NalHeader ReadNalHeader(const NalUnit& nal);
+
+    // hevc/HevcStream.cpp: what stream::ReadPiece() asks for.
     void RouteNalUnit(stream::AccessUnit& unit, const hevc::NalHeader& header, NalUnit& nal, VideoInfo& info);
     void CompleteAccessUnit(stream::AccessUnit& unit, VideoInfo& info);
 

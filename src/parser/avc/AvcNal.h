@@ -2,7 +2,7 @@
 // The H.264 NAL unit header (7.3.1), and what its type means for access units.
 #pragma once
 
-#include "support/Types.h"
+#include "parser/VideoParams.h"
 
 namespace avc {
 
@@ -71,3 +71,11 @@ constexpr Role RoleOf(u32 nal_unit_type)
 }
 
 } // namespace avc
+
+// Leaves the reader behind the header. In line: put together in a call of its own, it would be slow to take
+// apart.
+inline avc::NalHeader CParseAVCParams::ReadNalHeader(const NalUnit& nal)
+{
+    InitReadData(nal.rbsp + 1, nal.rbspSize - 1);
+    return avc::HeaderOf(*nal.rbsp);
+}

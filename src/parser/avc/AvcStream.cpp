@@ -12,12 +12,6 @@ Status CParseAVCParams::ReadVideoParams(const u8* data, u32 size, VideoInfo* inf
     return stream::ReadPiece<avc::Extent>(*this, data, size, info);
 }
 
-avc::NalHeader CParseAVCParams::ReadNalHeader(const NalUnit& nal)
-{
-    InitReadData(nal.rbsp + 1, nal.rbspSize - 1);
-    return avc::HeaderOf(*nal.rbsp);
-}
-
 // From the head of the NAL unit; where that does not suffice, as if it had not been tried, from the whole.
 Status CParseAVCParams::ReadSlice(const avc::NalHeader& header, NalUnit& nal, int* newPicture)
 {

@@ -4,13 +4,6 @@
 
 using bitstream::Reading;
 
-void CParserBase::InitReadData(const u8* data, u32 size)
-{
-    readPtr = data;
-    readRemaining = size;
-    bitPosition = 0;
-}
-
 u32 CParserBase::ReadData(u32 n)
 {
     return Reading(*this).ReadData(n);

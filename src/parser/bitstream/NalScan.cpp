@@ -27,7 +27,7 @@ Found FindStartCode(const u8* p, u32 n)
     if (n <= kUnseenTail)
         return {nullptr, 0};
     const std::size_t positions = n - kUnseenTail; // where a start code may begin
-    std::size_t i = std::min(bitstream::FindZeroPair(p, positions + 1), positions);
+    std::size_t i = std::min(bitstream::FindNearZeroPair(p, positions + 1), positions);
     const u32 firstPair = static_cast<u32>(i);
     while (i < positions) {
         for (const std::size_t dense = std::min(i + bitstream::kDenseBytes, positions); i < dense; ++i)

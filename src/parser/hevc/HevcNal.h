@@ -2,7 +2,9 @@
 // The H.265 NAL unit header (7.3.1.2), and what its type means for access units.
 #pragma once
 
-#include "support/Types.h"
+#include "parser/VideoParams.h"
+
+#include <algorithm>
 
 namespace hevc {
 
@@ -105,3 +107,11 @@ constexpr Role RoleOf(u32 nal_unit_type)
 }
 
 } // namespace hevc
+
+// Leaves the reader behind the header.
+inline hevc::NalHeader CParseHEVCParams::ReadNalHeader(const NalUnit& nal)
+{
+    const u32 headerBytes = std::min(nal.rbspSize, 2U);
+    InitReadData(nal.rbsp + headerBytes, nal.rbspSize - headerBytes);
+    return hevc::HeaderOf(nal.rbsp[0], headerBytes == 2 ? nal.rbsp[1] : u8{0});
+}

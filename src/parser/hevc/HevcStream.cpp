@@ -4,21 +4,12 @@
 #include "parser/hevc/HevcNal.h"
 #include "parser/stream/ReadStream.h"
 
-#include <algorithm>
-
 using hevc::Role;
 using stream::AccessUnit;
 
 Status CParseHEVCParams::ReadVideoParams(const u8* data, u32 size, VideoInfo* info, int /*mode*/)
 {
     return stream::ReadPiece<hevc::Extent>(*this, data, size, info);
-}
-
-hevc::NalHeader CParseHEVCParams::ReadNalHeader(const NalUnit& nal)
-{
-    const u32 headerBytes = std::min(nal.rbspSize, 2U);
-    InitReadData(nal.rbsp + headerBytes, nal.rbspSize - headerBytes);
-    return hevc::HeaderOf(nal.rbsp[0], headerBytes == 2 ? nal.rbsp[1] : u8{0});
 }
 
 void CParseHEVCParams::RouteNalUnit(AccessUnit& unit, const hevc::NalHeader& header, NalUnit& nal,

@@ -14,15 +14,42 @@ namespace {
 
 using benchmark::State;
 
+// Hands out NAL unit after NAL unit, as the library's scanner does.
+class ByteScanner {
+public:
+    explicit ByteScanner(const Bytes& data) : at_(data.data()), end_(at_ + data.size()) { at_ = Find(at_); }
+
+    [[gnu::noinline]] bool Next(const u8** nal, u32* size)
+    {
+        if (at_ == end_)
+            return false;
+        const u8* const next = Find(at_ + (at_[2] == 1 ? 3 : 4));
+        *nal = at_;
+        *size = static_cast<u32>(next - at_);
+        at_ = next;
+        return true;
+    }
+
+private:
+    const u8* Find(const u8* from) const
+    {
+        for (; end_ - from > 4; ++from)
+            if (from[0] == 0 && from[1] == 0 && (from[2] == 1 || (from[2] == 0 && from[3] == 1)))
+                return from;
+        return end_;
+    }
+
+    const u8* at_;
+    const u8* end_;
+};
+
 u32 ScanByteByByte(const Bytes& data)
 {
+    ByteScanner scanner(data);
     u32 found = 0;
-    for (std::size_t i = 0; i + 4 < data.size(); ++i)
-        if (data[i] == 0 && data[i + 1] == 0 &&
-            (data[i + 2] == 1 || (data[i + 2] == 0 && data[i + 3] == 1))) {
-            ++found;
-            i += data[i + 2] == 1 ? 2 : 3;
-        }
+    const u8* nal = nullptr;
+    for (u32 size = 0; scanner.Next(&nal, &size); ++found)
+        benchmark::DoNotOptimize(nal);
     return found;
 }
 

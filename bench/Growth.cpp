@@ -83,7 +83,8 @@ void RegisterPattern(const Pattern& pattern, std::size_t size)
     const std::string name = std::string("/") + pattern.name + "/" + std::to_string(size >> 20) + "MB";
     const auto frame = [make = pattern.make, size] { return make(size); };
     benchmark::RegisterBenchmark(("hostile/read" + name).c_str(), [frame](State& state) {
-        Read(state, {frame(), "00 00 01 65 88 84"_bytes});
+        const Stream decodable = MakeStream({VideoCodecAVC, 100, 1}, 1); // its slice ends the access unit
+        Read(state, {frame(), decodable.units[0]});
     });
     const std::pair<const char*, Edit> edits[] = {
         {"add",
@@ -145,10 +146,28 @@ void RegisterCuts(const Shape& shape)
                                  [units](State& state) { Read(state, {Join(units())}); });
 }
 
+// What copying alone costs at these sizes, as the data leaves one cache after the other.
+void RegisterCopy(std::size_t size)
+{
+    benchmark::RegisterBenchmark(("hostile/copy/plain/" + std::to_string(size >> 20) + "MB").c_str(),
+                                 [size](State& state) {
+                                     const Bytes from(size, 1);
+                                     Bytes to(size);
+                                     for (auto _ : state) {
+                                         std::copy(from.begin(), from.end(), to.begin());
+                                         benchmark::DoNotOptimize(to.data());
+                                         benchmark::ClobberMemory();
+                                     }
+                                     state.SetBytesProcessed(static_cast<i64>(state.iterations() * size));
+                                 });
+}
+
 } // namespace
 
 void RegisterGrowth()
 {
+    for (const std::size_t size : {1u << 20, 2u << 20, 4u << 20, 64u << 20})
+        RegisterCopy(size);
     for (u32 size = 1024; size <= 16u << 20; size *= 2)
         RegisterShape("size/" + std::to_string(size), {VideoCodecAVC, size, 1});
     for (u32 slices = 1; slices <= 4096; slices *= 2)

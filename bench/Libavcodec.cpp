@@ -67,9 +67,11 @@ void Filter(State& state, const Stream& stream, const char* name, const char* op
                 AV_BUFFER_FLAG_READONLY);
             packet->data = const_cast<u8*>(unit.data());
             packet->size = static_cast<int>(unit.size()) - AV_INPUT_BUFFER_PADDING_SIZE;
-            av_bsf_send_packet(filter, packet);
-            while (av_bsf_receive_packet(filter, packet) == 0)
+            u32 made = 0;
+            for (av_bsf_send_packet(filter, packet); av_bsf_receive_packet(filter, packet) == 0; ++made)
                 av_packet_unref(packet);
+            if (made != 1)
+                state.SkipWithError("an access unit did not come out of the filter");
         }
     state.SetBytesProcessed(static_cast<i64>(state.iterations() * stream.bytes));
     av_packet_free(&packet);

@@ -27,7 +27,20 @@ Bytes AvcParameterSets()
                           .u(1, 0)
                           .TrailingBits()
                           .Take();
-    const Bytes pps = BitWriter().ue(0).ue(0).u(1, 0).u(1, 0).u(8, 0xFF).TrailingBits().Take();
+    const Bytes pps = BitWriter()
+                          .ue(0)
+                          .ue(0)
+                          .u(2, 0)
+                          .ue(0)
+                          .ue(0)
+                          .ue(0)
+                          .u(3, 0)
+                          .ue(0)
+                          .ue(0)
+                          .ue(0)
+                          .u(3, 0)
+                          .TrailingBits()
+                          .Take();
     return NalUnitOf("67"_bytes + sps, 4) + NalUnitOf("68"_bytes + pps, 4);
 }
 
@@ -35,10 +48,10 @@ Bytes AvcSliceHead(u32 picture, u32 slice)
 {
     const bool idr = picture == 0;
     BitWriter out;
-    out.ue(slice * 100).ue(7).ue(0).u(8, picture % 256);
+    out.ue(slice % 8160).ue(7).ue(0).u(8, picture % 256);
     if (idr)
         out.ue(0);
-    out.u(8, 2 * picture % 256);
+    out.u(8, 2 * picture % 256).u(idr ? 2 : 1, 0); // and no memory management control operation
     return Bytes{static_cast<u8>(idr ? 0x65 : 0x41)} + out.TrailingBits().Take();
 }
 
@@ -91,7 +104,21 @@ Bytes HevcParameterSets()
                           .u(1, 0)
                           .TrailingBits()
                           .Take();
-    const Bytes pps = BitWriter().ue(0).ue(0).u(2, 0).u(3, 0).u(16, 0xFFFF).TrailingBits().Take();
+    const Bytes pps = BitWriter()
+                          .ue(0)
+                          .ue(0)
+                          .u(7, 0)
+                          .ue(0)
+                          .ue(0)
+                          .ue(0) // num_ref_idx defaults, init_qp_minus26
+                          .u(3, 0)
+                          .ue(0)
+                          .ue(0) // chroma QP offsets
+                          .u(10, 0)
+                          .ue(0) // log2_parallel_merge_level_minus2
+                          .u(2, 0)
+                          .TrailingBits()
+                          .Take();
     return NalUnitOf("40 01"_bytes + vps, 4) + NalUnitOf("42 01"_bytes + sps, 4) +
            NalUnitOf("44 01"_bytes + pps, 4);
 }
@@ -108,7 +135,7 @@ Bytes HevcSliceHead(u32 picture, u32 slice)
         out.u(9, slice); // slice_segment_address
     out.ue(2);
     if (!idr)
-        out.u(8, picture % 256);
+        out.u(8, picture % 256).u(1, 0).ue(0).ue(0); // and an empty reference picture set
     return Bytes{static_cast<u8>(idr ? 0x26 : 0x02), 0x01} + out.TrailingBits().Take();
 }
 

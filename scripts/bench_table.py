@@ -1,34 +1,71 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Prints medians of a benchmark's CPU times, and the ratios of the sides of each row."""
+"""Prints the medians of a benchmark's CPU times as tables: the library beside the other sides of each row, the
+rows that have no library side, and how the time grows where a row was run at several sizes."""
 import collections
 import json
+import re
 import statistics
 import sys
 
 
 def medians(path):
-    """name -> (seconds a round, bytes a second)"""
-    times = collections.defaultdict(list)
-    rates = collections.defaultdict(list)
-    for row in json.load(open(path))["benchmarks"]:
-        if row["run_type"] == "iteration":
-            times[row["run_name"]].append(row["cpu_time"])
-            rates[row["run_name"]].append(row.get("bytes_per_second", 0.0))
-    return {name: (statistics.median(times[name]), statistics.median(rates[name])) for name in times}
+    """row -> side -> (seconds, GB/s, ns per access unit)"""
+    runs = collections.defaultdict(list)
+    for run in json.load(open(path))["benchmarks"]:
+        if run["run_type"] == "iteration":
+            runs[run["run_name"]].append((run["cpu_time"], run.get("bytes_per_second", 0) / 1e9,
+                                          run.get("ns/unit", 0)))
+    rows = collections.defaultdict(dict)
+    for name, values in runs.items():
+        row, _, side = name.rpartition("/")
+        rows[row][side] = [statistics.median(column) for column in zip(*values)]
+    return rows
+
+
+def natural(text):
+    return [int(part) if part.isdigit() else part for part in re.split(r"(\d+)", text)]
+
+
+def table(header, lines):
+    if lines:
+        print("| " + " | ".join(header) + " |")
+        print("|" + "---|" * len(header))
+        for line in lines:
+            print("| " + " | ".join(line) + " |")
+        print()
+
+
+def beside(row, sides, other):
+    in_ns = row.startswith(("sample/", "query/"))
+    unit = 2 if in_ns else 1
+    cells = [row, f"{sides['library'][unit]:.1f}" + (" ns" if in_ns else "")]
+    for name in other:
+        if name not in sides:
+            cells += ["", ""]
+            continue
+        cells += [f"{sides[name][unit]:.1f}", f"{sides[name][0] / sides['library'][0]:.2f}"]
+    return cells
 
 
 def main():
-    rows = collections.defaultdict(dict)
-    for name, result in medians(sys.argv[1]).items():
-        row, _, side = name.rpartition("/")
-        rows[row][side] = result
-    print(f"{'row':32}{'side':>14}{'GB/s':>8}{'ratio':>8}")
-    for row, sides in rows.items():
-        base = sides.get("library")
-        for side, (time, rate) in sides.items():
-            ratio = f"{time / base[0]:8.2f}" if base and side != "library" else ""
-            print(f"{row:32}{side:>14}{rate / 1e9:8.2f}{ratio}")
+    rows = medians(sys.argv[1])
+    ordered = sorted(rows.items(), key=lambda item: natural(item[0]))
+    for other in (["minimum", "libavcodec"], ["bytes"]):
+        header = ["row", "library, GB/s"] + [text for name in other for text in (name, "speed against it")]
+        table(header, [beside(row, sides, other) for row, sides in ordered
+                       if "library" in sides and other[0] in sides])
+    rest, growing = [], []
+    for row, sides in ordered:
+        for side, (time, rate, _) in sorted(sides.items(), key=lambda item: natural(item[0])):
+            size = re.fullmatch(r"(\d+)MB", side)
+            half = sides.get(f"{int(size[1]) // 2}MB") if size else None
+            if size:
+                growing.append([row, side, f"{rate:.2f}", f"{time / half[0]:.2f}" if half else ""])
+            elif "library" not in sides:
+                rest.append([row, side, f"{rate:.2f}"])
+    table(["row", "", "GB/s"], rest)
+    table(["row", "size", "GB/s", "time against half the size"], growing)
 
 
 main()

@@ -20,22 +20,47 @@ struct Found {
     u32 firstPair;       // no two zero bytes side by side begin before
 };
 
+// Three bytes or four, of which the first two are known to be zero.
+bool StartsHere(const u8* p)
+{
+    return p[2] == 1 || (p[2] == 0 && p[3] == 1);
+}
+
+// From the pair of zeros at `firstPair` on.
+Found FindBehindPair(const u8* p, std::size_t positions, std::size_t firstPair)
+{
+    const u32 pair = static_cast<u32>(firstPair);
+    bitstream::DenseRun run;
+    std::size_t passed = firstPair;
+    for (std::size_t i = firstPair; i < positions; i += passed) {
+        // In a start code the third byte is 0 or 1, so any other rules out three positions at once.
+        for (const std::size_t end = std::min(i + run.Length(passed), positions); i < end;) {
+            if ((p[i] | p[i + 1]) == 0 && StartsHere(p + i))
+                return {p + i, pair};
+            i += p[i + 2] != 0 ? 3 : 1;
+        }
+        if (i >= positions)
+            break;
+        passed = bitstream::FindZeroPair(p + i, positions + 1 - i);
+    }
+    return {nullptr, pair};
+}
+
 // The first 00 00 01, or 00 00 00 01 where three zeros or more stand in front of the 01. Begins before the
 // last four bytes; the last byte is never read.
-Found FindStartCode(const u8* p, u32 n)
+inline Found FindStartCode(const u8* p, u32 n)
 {
+    constexpr std::size_t kNear =
+        4; // looked at first: a buffer begins with a start code, short NAL units end
     if (n <= kUnseenTail)
         return {nullptr, 0};
     const std::size_t positions = n - kUnseenTail; // where a start code may begin
-    std::size_t i = std::min(bitstream::FindNearZeroPair(p, positions + 1), positions);
-    const u32 firstPair = static_cast<u32>(i);
-    while (i < positions) {
-        for (const std::size_t dense = std::min(i + bitstream::kDenseBytes, positions); i < dense; ++i)
-            if (p[i] == 0 && p[i + 1] == 0 && (p[i + 2] == 1 || (p[i + 2] == 0 && p[i + 3] == 1)))
-                return {p + i, firstPair};
-        i += bitstream::FindZeroPair(p + i, positions + 1 - i);
-    }
-    return {nullptr, firstPair};
+    if (positions >= kNear)
+        for (std::size_t i = 0; i < kNear; ++i)
+            if ((p[i] | p[i + 1]) == 0)
+                return StartsHere(p + i) ? Found{p + i, static_cast<u32>(i)}
+                                         : FindBehindPair(p, positions, i);
+    return FindBehindPair(p, positions, std::min(bitstream::FindZeroPair(p, positions + 1), positions));
 }
 
 } // namespace

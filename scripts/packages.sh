@@ -3,8 +3,14 @@
 
 # Configuring asks for what the tests need too, so that belongs to every build.
 BUILD_PACKAGES="g++ cmake ninja-build libcli11-dev libfmt-dev nlohmann-json3-dev libgtest-dev libgmock-dev python3"
-CHECK_PACKAGES="git clang-format-14 clang-tidy-14"
+CHECK_PACKAGES="git clang-format-14 clang-tidy-14 g++-aarch64-linux-gnu qemu-user googletest"
 BENCH_PACKAGES="libbenchmark-dev pkg-config libavcodec-dev"
+COVERAGE_PACKAGES="gcovr"
+PACKAGE_PACKAGES="dpkg-dev file lintian"
+CONSUMER_PACKAGES="clang make pkg-config"
+ABI_PACKAGES="abigail-tools"
+REFERENCE_PACKAGES="doxygen"
+FUZZ_PACKAGES="clang libclang-rt-14-dev"
 
 is_installed() {
     [ "$(dpkg-query --show --showformat '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

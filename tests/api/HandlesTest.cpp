@@ -70,6 +70,41 @@ TEST(Handles, BelongToTheirFamily)
     EXPECT_EQ(UserDataRelease(userData), 0);
 }
 
+// The five that H.265 does not have answer 0 on any handle, and touch nothing either.
+TEST(Handles, EveryFunctionOfTheOtherKindTouchesNothing)
+{
+    const Bytes unit = Sps{} + Pps{} + Slice{};
+    u8* const data = const_cast<u8*>(unit.data());
+    const u32 size = unit.Size();
+    for (const VideoCodecType codec : {VideoCodecAVC, VideoCodecHEVC}) {
+        const Status ofFive = codec == VideoCodecAVC ? -1 : 0;
+        const ParsingHandle parsing(codec);
+        void* editor = nullptr;
+        ASSERT_EQ(UserDataCreate(&editor, codec), 0);
+        VideoInfoEx verdict = {7, 7, 7};
+        VideoPicType type = VideoPicTypeAllSI;
+        ParameterSetData sets = {data, 7, data, 7, data, 7};
+        u8 *nal = data, **nals = &nal;
+        const u8* out = data;
+        u32 outSize = 7, *sizes = &outSize;
+        bool isSlice = true;
+        EXPECT_EQ(VideoSampleTest(editor, data, size, &verdict), -1);
+        EXPECT_EQ(QueryType(editor, data, size, type), -1);
+        EXPECT_EQ(SetParameterSetData(editor, data, size, data, size), ofFive);
+        EXPECT_EQ(GetParameterSetData(editor, data, size, &sets), ofFive);
+        EXPECT_EQ(SetVideoData(editor, data, size), ofFive);
+        EXPECT_EQ(GetNalUnit(editor, &nal, &outSize, &isSlice, &outSize), ofFive);
+        EXPECT_EQ(GetNalFromFrame(editor, data, size, &outSize, &nals, &sizes), ofFive);
+        EXPECT_EQ(AddUserData(parsing.Get(), data, size, data, size, &out, &outSize), -1);
+        EXPECT_EQ(GetUserData(parsing.Get(), data, size, &out, &outSize), -1);
+        EXPECT_EQ(RemoveUserData(parsing.Get(), data, size, &out, &outSize), -1);
+        EXPECT_TRUE(verdict.discontinuity == 7 && verdict.intraPicture == 7 && type == VideoPicTypeAllSI);
+        EXPECT_TRUE(sets.vpsData == data && sets.spsSize == 7 && nals == &nal && sizes == &outSize);
+        EXPECT_TRUE(nal == data && out == data && outSize == 7 && isSlice);
+        EXPECT_EQ(UserDataRelease(editor), 0);
+    }
+}
+
 TEST(Handles, ArgumentsAreRefusedBeforeAnythingIsTouched)
 {
     const ParsingHandle avc, hevc(VideoCodecHEVC);

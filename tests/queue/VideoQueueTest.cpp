@@ -96,6 +96,7 @@ TEST(VideoQueue, CapacitiesGrowToJustWhatIsNeeded)
         EXPECT_EQ(Held(slot), expected);
     }
     queue.ResizeBuffer(&slot, 5000);
+    queue.ResizeBuffer(&slot, 10);
     EXPECT_EQ(slot.capacity, 5000u);
     slot.buffer[4999] = 1;
     EXPECT_EQ(Held(slot), expected);

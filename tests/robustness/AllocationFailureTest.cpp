@@ -154,16 +154,33 @@ TEST(AllocationFailure, OfAllAllocationsFromOneOnLeavesAUsableHandle)
     EXPECT_GT(n, 20u);
 }
 
-TEST(AllocationFailure, OfAUserDataHandleLeavesANullHandle)
+// A header with fields far wider than the standard has them is read from the whole NAL unit.
+TEST(AllocationFailure, OfALongHeaderIsAnsweredAndTheSliceIsDroppedWhole)
 {
-    for (u64 n = 1; n <= 8; ++n) {
-        AllocationWatch watch(Failing::FromThenOn, n);
-        void* handle = &watch;
-        const Status status = watch.During([&] { return UserDataCreate(&handle, VideoCodecHEVC); });
-        EXPECT_EQ(status, watch.Failures() != 0 ? -1 : 0);
-        EXPECT_EQ(handle == nullptr, status != 0);
-        UserDataRelease(handle);
-    }
+    const Sps sps{.log2_max_frame_num_minus4 = 800};
+    const Bytes unit = sps + Pps{} + Slice{.sps = sps};
+    Bytes slice = Slice{.sps = sps, .frame_num = 1, .data = Bytes(5000, 0x55)};
+    const ParsingHandle handle;
+    handle.Feed(unit);
+    VideoInfo info;
+    VideoInfoEx verdict;
+    AllocationWatch judging(Failing::Once, 1), walking(Failing::Once, 1), watch(Failing::Once, 1);
+    EXPECT_EQ(
+        judging.During([&] { return VideoSampleTest(handle.Get(), slice.data(), slice.Size(), &verdict); }),
+        -1);
+    u8* nal = slice.data();
+    u32 size = 7, headerSize = 7;
+    bool isSlice = true;
+    SetVideoData(handle.Get(), slice.data(), slice.Size());
+    EXPECT_EQ(walking.During([&] { return GetNalUnit(handle.Get(), &nal, &size, &isSlice, &headerSize); }),
+              -1);
+    EXPECT_TRUE(nal == nullptr && size == 0 && !isSlice && headerSize == 0);
+    EXPECT_EQ(watch.During([&] { return ParseVideoParams(handle.Get(), slice.data(), slice.Size(), &info); }),
+              -1);
+    EXPECT_TRUE(watch.Failures() == 1 && info.frameAvailable == 0);
+    EXPECT_EQ(handle.Flush().frame, unit);
+    EXPECT_EQ(handle.Feed(slice).frame, unit);
+    EXPECT_EQ(handle.Flush().frame, slice);
 }
 
 TEST(AllocationFailure, OfTheScratchBufferYieldsNoPayload)

@@ -57,6 +57,33 @@ TEST(GrowthCost, TwiceTheSlicesOf1400BytesCostAboutTwice)
     ExpectLinear(slice, 4000000);
 }
 
+TEST(GrowthCost, TwiceTheNalUnitsCostAboutTwiceToSplitAndToStrip)
+{
+#if defined(NALSMITH_EXACT_ALLOCATION)
+    GTEST_SKIP() << "this build allocates exact sizes, so that overruns are seen";
+#endif
+    const auto workFor = [](u32 units) {
+        Bytes frame = Join(std::vector<Bytes>(units, "00 00 00 01 06 04 00 80 00 00 01 0c ff"_bytes));
+        const ParsingHandle handle;
+        void* editor = nullptr;
+        UserDataCreate(&editor, VideoCodecAVC);
+        u32 count = 0, size = 0, *sizes = nullptr;
+        u8** nals = nullptr;
+        const u8* out = nullptr;
+        AllocationWatch watch;
+        watch.During([&] {
+            GetNalFromFrame(handle.Get(), frame.data(), frame.Size(), &count, &nals, &sizes);
+            RemoveUserData(editor, frame.data(), frame.Size(), &out, &size);
+        });
+        EXPECT_TRUE(count == 2 * units && size == frame.size());
+        UserDataRelease(editor);
+        return watch.Work();
+    };
+    const u64 small = workFor(50000);
+    EXPECT_GE(small, 600000u);
+    EXPECT_LE(workFor(100000), small * 5 / 2);
+}
+
 TEST(GrowthCost, TheFirstAccessUnitTakesFewAllocations)
 {
 #if defined(NALSMITH_EXACT_ALLOCATION)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Watches the library's allocations: measures them, and lets chosen ones fail. Works in this program only,
-// whose linker wraps malloc() and realloc(); the array forms of new are not seen.
+// whose linker wraps malloc(), realloc() and free(); the array forms of new are not seen.
 #pragma once
 
 #include "support/Types.h"
@@ -20,12 +20,21 @@ public:
         return call();
     }
 
+    // From now on none fails.
+    void Calm() { mode_ = Failing::Never; }
+
     u64 Calls() const { return calls_; }
     u64 Failures() const { return failures_; }
     u64 Work() const { return work_; } // bytes allocated, and bytes copied by growth
+    u64 Largest() const { return largest_; }
+    u64 LastRefused() const { return lastRefused_; }
+    // Bytes allocated and not freed, all while watching: now, and at most.
+    i64 Live() const { return live_; }
+    i64 Peak() const { return peak_; }
 
     // For the wrapped allocator: notes one call, and tells whether it fails.
     bool Refuse(u64 size, u64 copied);
+    void NoteLive(i64 change);
 
 private:
     struct Active {
@@ -38,4 +47,8 @@ private:
     u64 calls_ = 0;
     u64 failures_ = 0;
     u64 work_ = 0;
+    u64 largest_ = 0;
+    u64 lastRefused_ = 0;
+    i64 live_ = 0;
+    i64 peak_ = 0;
 };

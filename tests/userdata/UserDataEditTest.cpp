@@ -184,7 +184,9 @@ TEST_P(UserDataEdit, BadArgumentsTouchNothing)
 TEST_P(UserDataEdit, FramesInTheBufferToBeWrittenAreRefused)
 {
     const Bytes frame = f_.Sei(kRecovery) + slice_, expected = f_.Sei(kRecovery + own_) + slice_;
-    const auto refused = [&](auto operation, const u8* buffer, u32 bufferSize, auto... data) {
+    const auto refused = [&](auto operation, const Edited& held, u32 bufferSize, auto... data) {
+        u8* const buffer = const_cast<u8*>(held.at);
+        std::fill(buffer + held.size, buffer + bufferSize, u8{0x11}); // what no call has written
         const Bytes before(buffer, buffer + bufferSize);
         for (const u32 offset : {0u, 1u, 5u, bufferSize - 6}) {
             Edited out;
@@ -196,8 +198,8 @@ TEST_P(UserDataEdit, FramesInTheBufferToBeWrittenAreRefused)
     };
     const CParserBase& base = handle_.Base();
     const Edited added = handle_.Add(frame, data_), removed = handle_.Remove(expected);
-    refused(AddUserData, added.at, base.userFrameBufferSize, data_.data(), data_.Size());
-    refused(RemoveUserData, removed.at, base.removeFrameBufferSize);
+    refused(AddUserData, added, base.userFrameBufferSize, data_.data(), data_.Size());
+    refused(RemoveUserData, removed, base.removeFrameBufferSize);
 
     Edited found, again, plain; // each result may go to the other operations
     EXPECT_EQ(RemoveUserData(handle_.Get(), added.at, added.size, &plain.at, &plain.size), 0);

@@ -60,6 +60,8 @@ Status CParseAVCParams::GetNalUnit(u8** nal, u32* nalSize, bool* isSlice, u32* s
     } else if (avc::IsSlice(header.nal_unit_type)) {
         int newPicture = 0;
         ReadSlice(header, unit, &newPicture);
+        if (!unit.HasPayload())
+            return kFailed; // no memory to read the header to its end
         *isSlice = true;
         *sliceHeaderSize = avc::StoredHeaderSize(unit.rbsp + 1, readPtr, unit.rbsp + unit.rbspSize);
     }

@@ -13,6 +13,7 @@ Status CParseAVCParams::ReadVideoParams(const u8* data, u32 size, VideoInfo* inf
 }
 
 // From the head of the NAL unit; where that does not suffice, as if it had not been tried, from the whole.
+// Without memory for that the NAL unit is left without payload.
 Status CParseAVCParams::ReadSlice(const avc::NalHeader& header, NalUnit& nal, int* newPicture)
 {
     const AvcSliceInfo prevBefore = prevSlice;
@@ -22,8 +23,10 @@ Status CParseAVCParams::ReadSlice(const avc::NalHeader& header, NalUnit& nal, in
         return status;
     prevSlice = prevBefore;
     firstSlice = firstBefore;
-    if (!CompleteHead(nal))
+    if (!CompleteHead(nal)) {
+        nal.rbsp = nullptr;
         return kFailed;
+    }
     ReadNalHeader(nal);
     return ReadSliceHeaderData(nullptr, header.nal_unit_type, header.nal_ref_idc, newPicture);
 }
@@ -37,6 +40,8 @@ void CParseAVCParams::RouteNalUnit(AccessUnit& unit, const avc::NalHeader& heade
         if (ReadSlice(header, nal, &newPicture) == kOk)
             stream::StoreSlice(*this, unit, nal, newPicture != 0, header.nal_unit_type == avc::kIdrSlice,
                                info);
+        else if (!nal.HasPayload())
+            unit.Note(kFailed);
         return;
     }
     case Role::Sps:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Rows are named job/codec/size of an access unit/slices in it/side. The groups: jobs, growth, bytewise; all
+// Rows are named job/codec/size of an access unit/slices in it/side. The groups: jobs, growth, bytewise, layer; all
 // of them when none is named on the command line.
 #include <benchmark/benchmark.h>
 
@@ -10,6 +10,7 @@
 void RegisterJobs();
 void RegisterGrowth();
 void RegisterBytewise();
+void RegisterLayer();
 #if defined(NALSMITH_BENCH_LIBAVCODEC)
 void RegisterLibavcodec();
 #endif
@@ -31,6 +32,8 @@ int main(int argc, char** argv)
         RegisterGrowth();
     if (chosen("bytewise"))
         RegisterBytewise();
+    if (chosen("layer"))
+        RegisterLayer();
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

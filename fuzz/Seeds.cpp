@@ -24,6 +24,7 @@ public:
         Add("fuzz-operations", part + Choices(80, hevc));
         Add("fuzz-userdata", part + "00 00 03 41 00 00 01"_bytes + Bytes{0, 7, hevc});
         Add("fuzz-kernels", part);
+        Add("fuzz-layer", part + Choices(14, hevc));
         Add("fuzz-structured", Choices(60 + 5 * static_cast<u32>(count_ % 200), hevc));
     }
     // By the builders, nearly valid.

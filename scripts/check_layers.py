@@ -11,7 +11,8 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SEARCH = ["", "src", "include"]  # "" is the folder of the including file
-SUPPORT, PUBLIC, QUEUE = "src/support", "include/nalsmith", "src/queue"
+SUPPORT, PUBLIC, QUEUE = "src/support", "include/nalsmith/nalsmith.h", "src/queue"
+LAYER, UMBRELLA = "include/nalsmith", "include/nalsmith/nalsmith.hpp"
 OBJECTS, RECORDS, BITSTREAM = "src/parser", "src/parser/records", "src/parser/bitstream"
 BIT_READER = "src/parser/bitstream/BitReader.h"
 SYNTAX, STREAM, ACCESS_UNIT = "src/parser/syntax", "src/parser/stream", "src/parser/stream/AccessUnit"
@@ -19,6 +20,8 @@ READER = [SUPPORT, RECORDS, OBJECTS]
 CODEC = READER + [BITSTREAM, BIT_READER, SYNTAX, STREAM, ACCESS_UNIT]
 ALLOWED = {
     PUBLIC: [],
+    LAYER: [PUBLIC],
+    UMBRELLA: [LAYER],
     SUPPORT: [],
     QUEUE: [SUPPORT],
     RECORDS: [SUPPORT],
@@ -32,7 +35,7 @@ ALLOWED = {
     "src/parser/hevc": CODEC,
     "src/parser/userdata": READER + [BITSTREAM],
     "src/api": [SUPPORT, PUBLIC, OBJECTS],
-    "tools": [PUBLIC],
+    "tools": [PUBLIC, LAYER, UMBRELLA],
 }
 
 

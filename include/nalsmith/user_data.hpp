@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// User data in access units: put in, found, stripped.
+#ifndef NALSMITH_USER_DATA_HPP
+#define NALSMITH_USER_DATA_HPP
+
+#include "nalsmith/handles.hpp"
+#include "nalsmith/sei.hpp"
+
+namespace nalsmith {
+
+/// Carries bytes of the caller's in access units, as AddUserData(), GetUserData() and RemoveUserData() do.
+/// Bare start codes, which hold no NAL unit and would hide what is behind them, are left out.
+///
+/// \code
+/// nalsmith::UserDataEditor editor(nalsmith::Codec::h265);
+/// if (const auto changed = editor.add(unit.bytes, metadata))
+///     write(*changed);
+/// else
+///     complain(to_string(editor.status()));
+/// \endcode
+class UserDataEditor {
+public:
+    /// Where there is no memory for the library's handle, the first call says so.
+    explicit UserDataEditor(Codec codec) noexcept : codec_(codec), handle_(make_user_data_handle(codec)) {}
+
+    /// The access unit with `data` put in. Valid until the next add() or get(). What add() or get() answered
+    /// is not to be handed in again: copy it first.
+    std::optional<BytesView> add(BytesView unit, BytesView data)
+    {
+        if (!accept(unit) || !accept_size(data) || !check_place(unit))
+            return std::nullopt;
+        const std::uint8_t nothing = 0;
+        return result([&](const std::uint8_t** out, std::uint32_t* size) {
+            return AddUserData(handle_.get(), unit.data(), detail::library_size(unit.size()),
+                               data.empty() ? &nothing : data.data(), detail::library_size(data.size()), out,
+                               size);
+        });
+    }
+
+    /// The user data that add() put in; the last, when there are several. None when there is none: then
+    /// status() is ok. Valid until the next add() or get().
+    std::optional<BytesView> get(BytesView unit)
+    {
+        if (!accept(unit))
+            return std::nullopt;
+        return result([&](const std::uint8_t** out, std::uint32_t* size) {
+            return GetUserData(handle_.get(), unit.data(), detail::library_size(unit.size()), out, size);
+        });
+    }
+
+    /// The access unit without any message of type 5, whoever wrote it. Valid until the next remove().
+    std::optional<BytesView> remove(BytesView unit)
+    {
+        if (!accept(unit))
+            return std::nullopt;
+        return result([&](const std::uint8_t** out, std::uint32_t* size) {
+            return RemoveUserData(handle_.get(), unit.data(), detail::library_size(unit.size()), out, size);
+        });
+    }
+
+    /// How the last call ended. `malformed`: an SEI NAL unit in whose messages new ones would not be found,
+    /// or lack of memory, which the library does not tell apart.
+    Status status() const noexcept { return status_; }
+
+private:
+    bool accept(BytesView& unit)
+    {
+        bool bare = false;
+        bool any = false;
+        for (const NalUnit& nal : NalUnits(codec_, unit)) {
+            bare = bare || nal.bare();
+            any = any || !nal.bare();
+        }
+        status_ = !handle_ ? Status::no_memory : any ? Status::ok : Status::no_start_code;
+        if (bare)
+            unit = without_bare(unit);
+        return status_ == Status::ok && accept_size(unit);
+    }
+
+    BytesView without_bare(BytesView unit)
+    {
+        cleaned_.clear();
+        for (const NalUnit& nal : NalUnits(codec_, unit))
+            if (!nal.bare())
+                append(cleaned_, nal.bytes);
+        return cleaned_;
+    }
+
+    bool accept_size(BytesView bytes) noexcept
+    {
+        status_ = detail::fits_library(bytes.size()) ? Status::ok : Status::too_large;
+        return status_ == Status::ok;
+    }
+
+    // Without a slice the data would belong to no picture; in the wake of a message that does not end, no one
+    // would find it.
+    bool check_place(BytesView unit)
+    {
+        bool sei = false;
+        for (const NalUnit& nal : NalUnits(codec_, unit)) {
+            if (nal.is_slice())
+                return true;
+            std::vector<SeiMessage> messages;
+            if (!sei && nal.type() == (codec_ == Codec::h264 ? 6U : 39U)) {
+                sei = true;
+                if (!detail::read_sei_nal(nal, messages)) {
+                    status_ = Status::malformed;
+                    return false;
+                }
+            }
+        }
+        status_ = Status::no_slice;
+        return false;
+    }
+
+    template <typename Call>
+    std::optional<BytesView> result(const Call& call)
+    {
+        const std::uint8_t* out = nullptr;
+        std::uint32_t size = 0;
+        status_ = call(&out, &size) == 0 ? Status::ok : Status::malformed;
+        if (status_ != Status::ok || out == nullptr)
+            return std::nullopt;
+        return BytesView(out, size);
+    }
+
+    Codec codec_;
+    UserDataHandle handle_;
+    Bytes cleaned_;
+    Status status_ = Status::ok;
+};
+
+} // namespace nalsmith
+
+#endif

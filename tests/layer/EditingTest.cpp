@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+// User data, SEI messages and length prefixes.
+#include "LayerStreams.h"
+
+#include <algorithm>
+
+namespace {
+
+using namespace layertest;
+
+TEST(UserData, ComesBackFromTheUnitThatItWasPutInto)
+{
+    for (const char* const name : {"avc_headers_once_aud.h264", "hevc_hand_vps_late.h265"}) {
+        const Codec codec = codec_of(name);
+        UserDataEditor editor(codec);
+        std::size_t edited = 0;
+        for (const Kept& kept : read_all(codec, read_file(name))) {
+            if (!kept.unit.has_picture) {
+                EXPECT_FALSE(editor.add(kept.bytes, Bytes{1}));
+                EXPECT_EQ(editor.status(), Status::no_slice);
+                continue;
+            }
+            const Bytes data = {0, 0, 0, 1, static_cast<std::uint8_t>(edited), 0, 0, 3};
+            const std::size_t messages = sei_messages(codec, kept.bytes).size();
+            const auto added = editor.add(kept.bytes, data);
+            ASSERT_TRUE(added);
+            const Bytes unit(added->begin(), added->end());
+            const std::vector<SeiMessage> all = sei_messages(codec, unit);
+            ASSERT_EQ(all.size(), messages + 1);
+            EXPECT_TRUE(std::ranges::any_of(all, [&](const SeiMessage& message) {
+                return message.uuid() && std::ranges::equal(message.content(), data);
+            }));
+            const auto found = editor.get(unit);
+            ASSERT_TRUE(found);
+            EXPECT_TRUE(std::ranges::equal(*found, data));
+            const auto removed = editor.remove(unit);
+            ASSERT_TRUE(removed);
+            EXPECT_FALSE(editor.get(*removed));
+            EXPECT_EQ(editor.status(), Status::ok);
+            ++edited;
+        }
+        EXPECT_GT(edited, 10u);
+    }
+}
+
+TEST(Sei, IsReadWhateverItsTypeAndItsNalUnit)
+{
+    const Bytes unit = {0, 0, 1, 0x4E, 1, 0xFF, 1, 2, 7, 8, 5, 1,   9,    0x80, // prefix: type 256, then 5
+                        0, 0, 1, 0x50, 1, 132,  4, 0, 0, 3, 1, 2,   0x80, 0,    // suffix, escaped
+                        0, 0, 1, 0x4E, 1, 4,    1, 3, 4, 9, 5, 0x80};           // the second ends too late
+    const std::vector<SeiMessage> messages = sei_messages(Codec::h265, unit);
+    ASSERT_EQ(messages.size(), 4u);
+    EXPECT_EQ(messages[0].type, 256u);
+    EXPECT_EQ(messages[0].payload, (Bytes{7, 8}));
+    EXPECT_FALSE(messages[1].uuid()); // too short for one
+    EXPECT_EQ(messages[1].content().size(), 1u);
+    EXPECT_TRUE(messages[2].suffix);
+    EXPECT_EQ(messages[2].payload, (Bytes{0, 0, 1, 2}));
+    EXPECT_EQ(messages[3].payload, (Bytes{3}));
+}
+
+TEST(LengthPrefixed, GoesThereAndBack)
+{
+    for (const char* const name : {"avc_size_change.h264", "hevc_aud_headers_once.h265"}) {
+        const Codec codec = codec_of(name);
+        for (const Kept& kept : read_all(codec, read_file(name)))
+            for (const unsigned size : {2U, 4U}) {
+                Bytes prefixed;
+                Bytes back;
+                ASSERT_EQ(to_length_prefixed(kept.bytes, size, prefixed), Status::ok);
+                ASSERT_EQ(to_annex_b(prefixed, size, back), Status::ok);
+                std::vector<Bytes> before;
+                std::vector<Bytes> after;
+                for (const NalUnit& nal : NalUnits(codec, kept.bytes))
+                    before.emplace_back(nal.payload().begin(), nal.payload().end());
+                for (const NalUnit& nal : NalUnits(codec, back))
+                    after.emplace_back(nal.payload().begin(), nal.payload().end());
+                EXPECT_EQ(before, after);
+            }
+    }
+    Bytes out;
+    EXPECT_EQ(to_length_prefixed(Bytes(300, 9), 2, out), Status::no_start_code);
+    Bytes large = {0, 0, 1};
+    large.resize(300, 9);
+    EXPECT_EQ(to_length_prefixed(large, 1, out), Status::too_large);
+    EXPECT_EQ(to_annex_b(Bytes{0, 5, 1, 2}, 2, out), Status::malformed);
+    EXPECT_EQ(to_annex_b(Bytes{0, 0, 1, 2}, 3, out), Status::not_supported);
+}
+
+TEST(ConfigurationRecord, GivesItsParameterSets)
+{
+    const Bytes avc = {1, 100, 0, 31, 0xFD, 0xE1, 0, 2, 0x67, 9, 2, 0, 1, 0x68, 0, 2, 0x68, 7};
+    CodecConfiguration configuration;
+    ASSERT_EQ(read_avc_configuration(avc, configuration), Status::ok);
+    EXPECT_EQ(configuration.length_size, 2u);
+    EXPECT_EQ(configuration.profile, 100u);
+    EXPECT_EQ(configuration.level, 31u);
+    EXPECT_EQ(configuration.parameter_sets,
+              (Bytes{0, 0, 0, 1, 0x67, 9, 0, 0, 0, 1, 0x68, 0, 0, 0, 1, 0x68, 7}));
+
+    Bytes hevc(22, 0);
+    hevc[0] = 1;
+    hevc[1] = 2;
+    hevc[12] = 93;
+    hevc[21] = 3;
+    append(hevc, Bytes{2, 0x20, 0, 1, 0, 3, 0x40, 1, 5, 0x21, 0, 1, 0, 3, 0x42, 1, 6});
+    ASSERT_EQ(read_hevc_configuration(hevc, configuration), Status::ok);
+    EXPECT_EQ(configuration.length_size, 4u);
+    EXPECT_EQ(configuration.level, 93u);
+    EXPECT_EQ(configuration.parameter_sets, (Bytes{0, 0, 0, 1, 0x40, 1, 5, 0, 0, 0, 1, 0x42, 1, 6}));
+
+    for (const Bytes& record : {avc, hevc})
+        for (std::size_t size = 0; size < record.size(); ++size) {
+            const BytesView cut = BytesView(record).subview(0, size);
+            EXPECT_EQ(record.size() == avc.size() ? read_avc_configuration(cut, configuration)
+                                                  : read_hevc_configuration(cut, configuration),
+                      Status::malformed);
+        }
+}
+
+} // namespace

@@ -63,4 +63,16 @@ TEST(Continuity, TellsUnknownParametersAndAStartInTheMiddle)
     EXPECT_EQ(reordered.library.discontinuity, 1u); // by its own rule
 }
 
+// A field of four thousand million bits, asked for by every slice.
+TEST(Continuity, ClaimedFieldWidthsCostNothing)
+{
+    const Bytes sets = {0x00, 0x00, 0x01, 0x67, 0x42, 0x00, 0x1E, 0x80, 0x00, 0x00, 0x03, 0x00, 0xFF,
+                        0xFF, 0xFF, 0xFB, 0x68, 0x42, 0x64, 0x00, 0x00, 0x01, 0x68, 0xCE, 0x38, 0x80};
+    const Bytes slice = {0x00, 0x00, 0x01, 0x65, 0x88, 0xC0, 0x55, 0x55, 0x55, 0x55, 0x55, 0x55};
+    ContinuityChecker checker(Codec::h264);
+    checker.add_parameter_sets(sets);
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_NE(checker.check(slice).finding, Finding::unknown_parameters);
+}
+
 } // namespace

@@ -26,8 +26,13 @@ public:
         return static_cast<std::uint32_t>(byte_ >> left_ & 1U);
     }
 
+    // Of more than 32 bits, as only damaged parameter sets ask for, the last 32.
     std::uint32_t bits(std::uint32_t count) noexcept
     {
+        if (count > 32) {
+            skip(count - 32);
+            count = 32;
+        }
         std::uint32_t value = 0;
         for (; count > 0; --count)
             value = value << 1 | flag();

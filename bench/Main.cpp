@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Rows are named job/codec/size of an access unit/slices in it/side. The groups: jobs, growth, bytewise, layer; all
-// of them when none is named on the command line.
+// Rows are named job/codec/size of an access unit/slices in it/side. The groups: jobs, growth, bytewise,
+// layer; all of them when none is named on the command line.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

@@ -9,10 +9,8 @@
 /// - a **user-data handle**, made by UserDataCreate() and given back to UserDataRelease(), for
 ///   AddUserData(), GetUserData() and RemoveUserData().
 ///
-/// A handle used with the functions of the other kind is refused with -1 and stays usable.
-///
-/// **Status.** Every function returns 0 for success and -1 for failure. Nothing is thrown, logged or
-/// written to any file.
+/// **Status.** Every function returns 0 for success and -1 for failure, also for a handle of the other kind,
+/// which stays usable. Nothing is thrown, logged or written to any file.
 ///
 /// **Threads.** There is no global state. A handle is used by one thread at a time; different handles
 /// may be used on different threads at once.
@@ -25,25 +23,14 @@
 /// handed out begins with its start code and runs up to the next start code or to the end of the buffer.
 /// A start code in the last four bytes of a buffer is not seen: those bytes stay part of the NAL unit
 /// before them. So the end of a buffer is taken as the end of its last NAL unit.
-///
-/// \code
-/// void* handle = nullptr;
-/// if (ParseCreate(&handle, VideoCodecAVC, 0, 0) != 0)
-///     return;
-/// VideoInfo info;
-/// while (ReadOneNalUnit(nal))                                  // start code included
-///     if (ParseVideoParams(handle, nal.data(), nal.size(), &info) == 0 && info.frameAvailable)
-///         Use(info.frameData, info.frameSize, info.keyFrame);  // the access unit before this NAL unit
-/// if (ParseVideoParams(handle, nullptr, 0, &info) == 0 && info.frameAvailable)
-///     Use(info.frameData, info.frameSize, info.keyFrame);      // the last one
-/// ParseRelease(handle);
-/// \endcode
 #ifndef NALSMITH_NALSMITH_H
 #define NALSMITH_NALSMITH_H
 
+#include <cstddef>
 #include <cstdint>
 
-#if defined(__GNUC__)
+/// Marks the functions of the shared library. NALSMITH_STATIC is defined where the library is a static one.
+#if defined(__GNUC__) && !defined(NALSMITH_STATIC)
 #define NALSMITH_API __attribute__((visibility("default")))
 #else
 #define NALSMITH_API
@@ -56,19 +43,18 @@ enum VideoCodecType : std::int32_t {
 };
 
 /// Picture type of an H.264 sample: the `slice_type` of its first slice as coded (H.264 Table 7-6).
-/// Values 5 to 9 say the same as 0 to 4 and add that all slices of the picture have that type.
 enum VideoPicType : std::int32_t {
     VideoPicTypeUnknown = -1, ///< no slice found; always the answer for H.265
-    VideoPicTypeP = 0,
-    VideoPicTypeB = 1,
-    VideoPicTypeI = 2,
-    VideoPicTypeSP = 3,
-    VideoPicTypeSI = 4,
-    VideoPicTypeAllP = 5,
-    VideoPicTypeAllB = 6,
-    VideoPicTypeAllI = 7,
-    VideoPicTypeAllSP = 8,
-    VideoPicTypeAllSI = 9,
+    VideoPicTypeP = 0,        ///< P
+    VideoPicTypeB = 1,        ///< B
+    VideoPicTypeI = 2,        ///< I
+    VideoPicTypeSP = 3,       ///< SP (switching P)
+    VideoPicTypeSI = 4,       ///< SI (switching I)
+    VideoPicTypeAllP = 5,     ///< P, and all slices are
+    VideoPicTypeAllB = 6,     ///< B, and all slices are
+    VideoPicTypeAllI = 7,     ///< I, and all slices are
+    VideoPicTypeAllSP = 8,    ///< SP, and all slices are
+    VideoPicTypeAllSI = 9,    ///< SI, and all slices are
 };
 
 /// One access unit and the stream parameters that came with it. Written by ParseVideoParams().
@@ -108,7 +94,7 @@ struct VideoInfo {
     std::uint32_t colour_description_present_flag;
     /// 2 (unspecified) when the VUI does not say; 0 without a VUI. The same for the two below.
     std::uint32_t colour_primaries;
-    std::uint32_t transfer_characteristics;
+    std::uint32_t transfer_characteristics; ///< as said at `colour_primaries`
     /// `matrix_coeffs` in H.265.
     std::uint32_t matrix_coefficients;
 };
@@ -148,6 +134,7 @@ NALSMITH_API std::int64_t ParseCreate(void** handle, VideoCodecType codecType, s
 
 /// Releases a parsing handle and everything it handed out.
 ///
+/// \param handle the handle, not used again
 /// \return 0; -1 for a null handle and for a user-data handle, which is left alone
 NALSMITH_API std::int64_t ParseRelease(void* handle);
 
@@ -155,8 +142,8 @@ NALSMITH_API std::int64_t ParseRelease(void* handle);
 /// the place of the retained ones: IDR access units without a sequence parameter set of their own are
 /// handed out with them, and none is retained from the stream any more.
 ///
-/// Each buffer holds one NAL unit, with or without a start code. The bytes are copied.
-///
+/// \param handle                  a parsing handle
+/// \param sps,spsSize,pps,ppsSize one NAL unit each, with or without a start code, and its bytes; copied
 /// \return 0; -1 for null or empty arguments, for a buffer that yields no parameter set, or for lack of
 ///         memory. On an H.265 handle: 0, nothing done
 NALSMITH_API std::int64_t SetParameterSetData(void* handle, std::uint8_t* sps, std::uint32_t spsSize,
@@ -165,7 +152,9 @@ NALSMITH_API std::int64_t SetParameterSetData(void* handle, std::uint8_t* sps, s
 /// Finds the last sequence and the last picture parameter set of an H.264 frame. A parameter set NAL unit
 /// of more than 1024 bytes is passed over.
 ///
-/// \param result receives pointers to copies, valid until the next call of this function on the handle
+/// \param handle          a parsing handle
+/// \param frame,frameSize the frame and its bytes
+/// \param result          receives pointers to copies, valid until the function's next call on the handle
 /// \return 0, also when there is none; -1 for null or empty arguments or a frame without start code. On an
 ///         H.265 handle: 0, nothing done, `result` untouched
 NALSMITH_API std::int64_t GetParameterSetData(void* handle, std::uint8_t* frame, std::uint32_t frameSize,
@@ -182,9 +171,9 @@ NALSMITH_API std::int64_t GetParameterSetData(void* handle, std::uint8_t* frame,
 /// flushed access unit stays current and is handed out again at the next picture boundary: use a new handle
 /// for another stream.
 ///
-/// \param data the piece; null, or `size` 0, is the flush
-/// \param size bytes at `data`
-/// \param info receives the description; zeroed first
+/// \param handle    a parsing handle
+/// \param data,size the piece and its bytes; null, or 0, is the flush
+/// \param info      receives the description; zeroed first
 /// \return 0; -1 for a null `info`, a piece without start code, a NAL unit with `forbidden_zero_bit` set (the
 ///         rest of the piece is not read), or lack of memory. `info` describes what was completed also then
 NALSMITH_API std::int64_t ParseVideoParams(void* handle, const std::uint8_t* data, std::uint32_t size,
@@ -200,7 +189,9 @@ NALSMITH_API std::int64_t ParseVideoParams(void* handle, const std::uint8_t* dat
 /// The test shares parameter sets and slice history with ParseVideoParams() on the same handle: use a handle
 /// of its own for testing.
 ///
-/// \param info receives the verdict; zeroed first. All zero for a sample without slice
+/// \param handle    a parsing handle
+/// \param data,size the sample and its bytes
+/// \param info      receives the verdict; zeroed first. All zero for a sample without slice
 /// \return 0; -1 for a null `info`, no start code, or unknown parameter sets of the slice (`discontinuity` is
 ///         1 then). H.265 also -1 for a NAL unit with `forbidden_zero_bit` set
 NALSMITH_API std::int64_t VideoSampleTest(void* handle, const std::uint8_t* data, std::uint32_t size,
@@ -209,19 +200,24 @@ NALSMITH_API std::int64_t VideoSampleTest(void* handle, const std::uint8_t* data
 /// Tells the picture type of an H.264 sample: the `slice_type` of its first slice of `nal_unit_type` 1 or 5.
 /// Needs no parameter sets.
 ///
-/// \param type receives the type, or -1
+/// \param handle    a parsing handle
+/// \param data,size the sample and its bytes
+/// \param type      receives the type, or -1
 /// \return 0; -1 when there is no such slice, and always on an H.265 handle
 NALSMITH_API std::int64_t QueryType(void* handle, const std::uint8_t* data, std::uint32_t size,
                                     VideoPicType& type);
 
-/// Starts a walk over the NAL units of an H.264 buffer. The buffer must stay valid and unchanged for the
-/// walk. Any other function that reads a buffer on this handle ends it.
+/// Starts a walk over the NAL units of an H.264 buffer. Any other function that reads a buffer on this handle
+/// ends it.
 ///
+/// \param handle    a parsing handle
+/// \param data,size the buffer and its bytes; valid and unchanged for the walk
 /// \return 0. On an H.265 handle: 0, nothing done
 NALSMITH_API std::int64_t SetVideoData(void* handle, std::uint8_t* data, std::uint32_t size);
 
 /// Hands out the next NAL unit of the walk. Parameter sets and slice headers met are read and kept.
 ///
+/// \param handle          a parsing handle
 /// \param nal             receives its address in the caller's buffer, start code included
 /// \param nalSize         receives its size in bytes
 /// \param isSlice         receives true for `nal_unit_type` 1, 2 and 5
@@ -237,10 +233,12 @@ NALSMITH_API std::int64_t GetNalUnit(void* handle, std::uint8_t** nal, std::uint
 
 /// Splits an H.264 frame into its NAL units.
 ///
-/// \param count receives the number of NAL units
-/// \param nals  receives a list of their addresses in the caller's buffer, start codes included
-/// \param sizes receives a list of their sizes in bytes. Both lists are valid until the next call of this
-///              function on the handle
+/// \param handle          a parsing handle
+/// \param frame,frameSize the frame and its bytes
+/// \param count           receives the number of NAL units
+/// \param nals            receives a list of their addresses in `frame`, start codes included
+/// \param sizes           receives a list of their sizes in bytes. Both lists are valid until the function's
+///                        next call on the handle
 /// \return 0, also for a null frame; -1 for a frame without start code, a null output pointer or lack of
 ///         memory. On an H.265 handle: 0, outputs untouched
 NALSMITH_API std::int64_t GetNalFromFrame(void* handle, std::uint8_t* frame, std::uint32_t frameSize,
@@ -248,12 +246,14 @@ NALSMITH_API std::int64_t GetNalFromFrame(void* handle, std::uint8_t* frame, std
 
 /// Makes a user-data handle.
 ///
-/// \param handle receives the handle, or null on failure
+/// \param handle    receives the handle, or null on failure
+/// \param codecType the format of the frames
 /// \return 0; -1 for a null `handle`, an unknown codec (`*handle` is null then), or lack of memory
 NALSMITH_API std::int64_t UserDataCreate(void** handle, VideoCodecType codecType);
 
 /// Releases a user-data handle and everything it handed out.
 ///
+/// \param handle the handle, not used again
 /// \return 0; -1 for a null handle and for a parsing handle, which is left alone
 NALSMITH_API std::int64_t UserDataRelease(void* handle);
 
@@ -261,23 +261,25 @@ NALSMITH_API std::int64_t UserDataRelease(void* handle);
 /// D.3.7) under a UUID of this library's own. It becomes the last message of the first SEI NAL unit (H.265:
 /// prefix SEI) that precedes the first slice, or a new SEI NAL unit directly before that slice.
 ///
-/// \param frame      one access unit; not modified; not inside a result of AddUserData() or GetUserData() on
-///                   the same handle. Bytes before its first start code are not copied
-/// \param data       the bytes to carry, any values; may be null when `dataSize` is 0
-/// \param outFrame   receives the new frame, valid until the next AddUserData() or GetUserData() on the
-///                   handle
-/// \param outSize    receives its size in bytes
+/// \param handle           a user-data handle
+/// \param frame,frameSize  one access unit and its bytes; not inside a result of AddUserData() or
+///                         GetUserData() on the same handle. Bytes before its first start code are not copied
+/// \param data,dataSize    the bytes to carry, any values, and their number; may be null when that is 0
+/// \param outFrame,outSize receive the new frame and its bytes, valid until the next AddUserData() or
+///                         GetUserData() on the handle
 /// \return 0; -1 without outputs for an SEI NAL unit without stop byte, lack of memory or a bad argument; -1
 ///         with a plain copy for a frame that has neither SEI nor slice
 NALSMITH_API std::int64_t AddUserData(void* handle, const std::uint8_t* frame, std::uint32_t frameSize,
                                       const std::uint8_t* data, std::uint32_t dataSize,
                                       const std::uint8_t** outFrame, std::uint32_t* outSize);
 
-/// Finds the user data that AddUserData() put into a frame; the last one when there are several.
+/// Finds the user data that AddUserData() put into a frame; the last one when there are several. User data of
+/// no bytes has a pointer and size 0.
 ///
-/// \param outData receives the bytes, or null when there are none; valid until the next AddUserData() or
-///                GetUserData() on the handle
-/// \param outSize receives their number; user data of no bytes has a pointer and size 0
+/// \param handle          a user-data handle
+/// \param frame,frameSize one access unit and its bytes
+/// \param outData,outSize receive the bytes and their number, or null and 0 when there are none; valid until
+///                        the next AddUserData() or GetUserData() on the handle
 /// \return 0, also when there is none; -1 for a frame without start code, lack of memory or a bad argument
 NALSMITH_API std::int64_t GetUserData(void* handle, const std::uint8_t* frame, std::uint32_t frameSize,
                                       const std::uint8_t** outData, std::uint32_t* outSize);
@@ -286,11 +288,32 @@ NALSMITH_API std::int64_t GetUserData(void* handle, const std::uint8_t* frame, s
 /// keep other messages are written anew with a four-byte start code; those that keep none are left out; every
 /// other NAL unit is copied as it is.
 ///
-/// \param frame    one access unit; not modified; not inside a result of RemoveUserData() on the same handle
-/// \param outFrame receives the new frame, valid until the next RemoveUserData() on the handle
-/// \param outSize  receives its size in bytes
+/// \param handle           a user-data handle
+/// \param frame,frameSize  one access unit and its bytes; not inside a result of this function on the handle
+/// \param outFrame,outSize receive the new frame and its bytes, valid until the next RemoveUserData() on the
+///                         handle
 /// \return 0; -1 for a frame without start code, lack of memory or a bad argument
 NALSMITH_API std::int64_t RemoveUserData(void* handle, const std::uint8_t* frame, std::uint32_t frameSize,
                                          const std::uint8_t** outFrame, std::uint32_t* outSize);
+
+// Compiled programs count on these widths and places, with pointers of any size.
+#define NALSMITH_AT(field) (offsetof(VideoInfo, field) - 2 * sizeof(void*))
+static_assert(sizeof(VideoCodecType) == 4 && sizeof(VideoPicType) == 4);
+static_assert(sizeof(VideoInfo) == 56 + 2 * sizeof(void*) && offsetof(VideoInfo, sequenceInfoValid) == 4 &&
+              offsetof(VideoInfo, keyFrame) == 8 && offsetof(VideoInfo, frameData) == 8 + sizeof(void*) &&
+              NALSMITH_AT(frameSize) == 8 && NALSMITH_AT(width) == 12 && NALSMITH_AT(height) == 16 &&
+              NALSMITH_AT(frameRateNum) == 20 && NALSMITH_AT(frameRateDen) == 24 &&
+              NALSMITH_AT(video_signal_type_present_flag) == 28 && NALSMITH_AT(video_format) == 32 &&
+              NALSMITH_AT(video_full_range_flag) == 36 &&
+              NALSMITH_AT(colour_description_present_flag) == 40 && NALSMITH_AT(colour_primaries) == 44 &&
+              NALSMITH_AT(transfer_characteristics) == 48 && NALSMITH_AT(matrix_coefficients) == 52);
+#undef NALSMITH_AT
+#define NALSMITH_AT(field) (offsetof(ParameterSetData, field) / sizeof(void*))
+static_assert(sizeof(ParameterSetData) == 6 * sizeof(void*) && NALSMITH_AT(vpsSize) == 1 &&
+              NALSMITH_AT(spsData) == 2 && NALSMITH_AT(spsSize) == 3 && NALSMITH_AT(ppsData) == 4 &&
+              NALSMITH_AT(ppsSize) == 5);
+#undef NALSMITH_AT
+static_assert(sizeof(VideoInfoEx) == 12 && offsetof(VideoInfoEx, intraPicture) == 8);
+static_assert(offsetof(VideoInfoEx, isFramePicture) == 4);
 
 #endif // NALSMITH_NALSMITH_H

@@ -1,0 +1,31 @@
+# SPDX-License-Identifier: MIT
+# Run by cpack before it packs: gives each Debian package its licence and its changelog, compresses manual pages,
+# and takes the search path out of the program, for in /usr the library is found without.
+if(NOT CPACK_GENERATOR STREQUAL "DEB")
+  return()
+endif()
+
+function(gzip file)
+  execute_process(COMMAND gzip -9nf ${file} RESULT_VARIABLE status)
+  if(status)
+    message(FATAL_ERROR "gzip of ${file} failed")
+  endif()
+endfunction()
+
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  string(TOUPPER ${component} key)
+  set(package ${CPACK_DEBIAN_${key}_PACKAGE_NAME})
+  set(root ${CPACK_TEMPORARY_DIRECTORY}/${component}/usr)
+  set(folder ${root}/share/doc/${package})
+  file(MAKE_DIRECTORY ${folder})
+  configure_file(${CPACK_NALSMITH_DEBIAN_FOLDER}/copyright ${folder}/copyright COPYONLY)
+  configure_file(${CPACK_NALSMITH_DEBIAN_FOLDER}/changelog.in ${folder}/changelog.Debian @ONLY)
+  gzip(${folder}/changelog.Debian)
+  file(GLOB pages ${root}/share/man/man*/*.[1-8])
+  foreach(page IN LISTS pages)
+    gzip(${page})
+  endforeach()
+  if(EXISTS ${root}/bin/nalsmith)
+    file(RPATH_REMOVE FILE ${root}/bin/nalsmith)
+  endif()
+endforeach()

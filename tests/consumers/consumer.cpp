@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// A program of somebody else: counts the access units of the two sample streams, whose folder it is told.
+#include <nalsmith/nalsmith.hpp>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+static bool reads(const std::string& path, nalsmith::Codec codec)
+{
+    std::ifstream file(path, std::ios::binary);
+    const std::vector<char> bytes(std::istreambuf_iterator<char>(file), {});
+    nalsmith::AccessUnitReader reader(codec);
+    bool good = reader.push(nalsmith::BytesView(bytes)) == nalsmith::Status::ok;
+    good = reader.finish() == nalsmith::Status::ok && good;
+    int units = 0, keys = 0;
+    while (const auto unit = reader.next()) {
+        ++units;
+        keys += unit->key ? 1 : 0;
+    }
+    good = good && units == 125 && keys == 5;
+    if (!good)
+        std::fprintf(stderr, "%s: %d access units, %d key\n", path.c_str(), units, keys);
+    return good;
+}
+
+int main(int argc, char** argv)
+{
+    const std::string stem = std::string(argc > 1 ? argv[1] : "") + "/testsrc2_320x180.";
+    const bool avc = reads(stem + "h264", nalsmith::Codec::h264);
+    return reads(stem + "h265", nalsmith::Codec::h265) && avc ? 0 : 1;
+}

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Codec.h"
 
-#include "NalCutter.h"
-
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -65,16 +63,12 @@ int HevcScore(unsigned first, unsigned second)
 
 } // namespace
 
-void CodecGuess::Add(ByteView nal)
+void CodecGuess::Add(const nalsmith::NalUnit& nal)
 {
-    const ByteView unit = WithoutStartCode(nal);
-    if (unit.size == 0)
+    if (nal.bare())
         return;
-    const unsigned first = unit.data[0];
-    const unsigned second = unit.size > 1 ? unit.data[1] : 0;
-    const bool forbidden_zero_bit = (first & 0x80) != 0;
-    avc_ += forbidden_zero_bit ? kImpossible : AvcScore(first, second);
-    hevc_ += forbidden_zero_bit ? kImpossible : HevcScore(first, second);
+    avc_ += nal.forbidden() ? kImpossible : AvcScore(nal.header_byte(0), nal.header_byte(1));
+    hevc_ += nal.forbidden() ? kImpossible : HevcScore(nal.header_byte(0), nal.header_byte(1));
 }
 
 bool CodecGuess::Settled() const
@@ -82,21 +76,26 @@ bool CodecGuess::Settled() const
     return Best() && std::abs(avc_ - hevc_) >= kParameterSet;
 }
 
-std::optional<VideoCodecType> CodecGuess::Best() const
+std::optional<nalsmith::Codec> CodecGuess::Best() const
 {
     if (avc_ <= 0 && hevc_ <= 0)
         return std::nullopt;
-    return avc_ >= hevc_ ? VideoCodecAVC : VideoCodecHEVC;
+    return avc_ >= hevc_ ? nalsmith::Codec::h264 : nalsmith::Codec::h265;
 }
 
-const char* NameOf(VideoCodecType codec)
+const char* NameOf(nalsmith::Codec codec)
 {
-    return codec == VideoCodecAVC ? "H.264" : "H.265";
+    return codec == nalsmith::Codec::h264 ? "H.264" : "H.265";
 }
 
-const char* KeyOf(VideoCodecType codec)
+const char* KeyOf(nalsmith::Codec codec)
 {
-    return codec == VideoCodecAVC ? "avc" : "hevc";
+    return codec == nalsmith::Codec::h264 ? "avc" : "hevc";
+}
+
+const char* EndingOf(nalsmith::Codec codec)
+{
+    return codec == nalsmith::Codec::h264 ? ".h264" : ".h265";
 }
 
 } // namespace host

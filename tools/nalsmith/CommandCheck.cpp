@@ -2,52 +2,91 @@
 // nalsmith check: whether each access unit continues the stream.
 #include "Commands.h"
 #include "Files.h"
-#include "Handles.h"
+#include "NalNames.h"
 #include "Output.h"
-#include "PictureType.h"
 #include "StreamOptions.h"
-#include "StreamReader.h"
+#include "UnitReader.h"
+
+#include <nalsmith/continuity.hpp>
+
+#include <new>
 
 namespace host {
 namespace {
 
-struct Verdict {
-    std::uint64_t index;
-    VideoInfoEx info;
-    PictureType picType;
-    bool unknown; // its parameter sets are
+using nalsmith::Finding;
+
+struct CheckOptions : StreamOptions {
+    bool libraryRule = false;
 };
 
-// The test keeps a history of its own, from one access unit to the next.
-class Judge {
-public:
-    explicit Judge(VideoCodecType codec) : sampleTest_(MakeParsingHandle(codec)), pictureTypes_(codec) {}
+struct Judged {
+    std::uint64_t index;
+    nalsmith::Codec codec;
+    Finding finding;
+    VideoInfoEx library; // the library's own verdict
+    VideoPicType picType;
+    bool broken; // by the rule that was asked for
+};
 
-    Verdict Test(std::uint64_t index, const VideoInfo& unit)
+const char* KeyOf(Finding finding)
+{
+    switch (finding) {
+    case Finding::none: return "none";
+    case Finding::continuous: return "continuous";
+    case Finding::skipped: return "skipped";
+    case Finding::allowed_gap: return "allowed_gap";
+    case Finding::missing_reference: return "missing_reference";
+    case Finding::missing_field: return "missing_field";
+    case Finding::no_start: return "no_start";
+    case Finding::unknown_parameters: return "unknown_parameters";
+    case Finding::unreadable: return "unreadable";
+    }
+    return "";
+}
+
+// The library's own verdict, on what it takes in when it reads a stream: it passes over slices whose
+// parameter sets have not come.
+class LibraryRule {
+public:
+    explicit LibraryRule(nalsmith::Codec codec) : handle_(nalsmith::make_parsing_handle(codec, 1, 1))
     {
-        Verdict verdict = {index, {}, pictureTypes_.Of({unit.frameData, unit.frameSize}), false};
-        const auto status = VideoSampleTest(sampleTest_.get(), unit.frameData, unit.frameSize, &verdict.info);
-        verdict.unknown = status != 0 && verdict.info.discontinuity != 0;
-        if (status != 0 && !verdict.unknown)
-            throw std::bad_alloc(); // nothing else can fail
-        return verdict;
+        if (!handle_)
+            throw std::bad_alloc();
+    }
+
+    VideoInfoEx Judge(const UnitReader& reader, const nalsmith::AccessUnit& unit)
+    {
+        const std::uint8_t* const picture = unit.has_picture ? unit.picture().begin() : unit.bytes.end();
+        for (const nalsmith::NalUnit& nal : reader.Nals())
+            if (nal.is_parameter_set() && !nal.forbidden() && nal.bytes.begin() < picture)
+                Test(nal.bytes);
+        return unit.has_picture ? Test(unit.picture()) : VideoInfoEx();
     }
 
 private:
-    ParsingHandle sampleTest_;
-    PictureTypes pictureTypes_;
+    VideoInfoEx Test(nalsmith::BytesView bytes)
+    {
+        VideoInfoEx verdict = {};
+        VideoSampleTest(handle_.get(), bytes.data(), static_cast<std::uint32_t>(bytes.size()), &verdict);
+        return verdict;
+    }
+
+    nalsmith::ParsingHandle handle_;
 };
 
 class Breaks {
 public:
-    void Add(const Verdict& verdict)
+    void Add(const Judged& judged)
     {
         ++units_;
-        if (verdict.info.discontinuity == 0)
+        byLibrary_ += judged.library.discontinuity;
+        gaps_ += judged.finding == Finding::allowed_gap ? 1 : 0;
+        if (!judged.broken)
             return;
         ++breaks_;
         if (shown_.size() < kShown)
-            shown_.push_back(verdict.index);
+            shown_.push_back(judged.index);
     }
 
     bool Any() const { return breaks_ != 0; }
@@ -55,71 +94,99 @@ public:
     // "2 breaks in 18 access units: 6, 12"
     std::string Text() const
     {
-        if (!Any())
-            return fmt::format("no break in {}", Count(units_, "access unit"));
-        return fmt::format("{} in {}: {}{}", Count(breaks_, "break"), Count(units_, "access unit"),
-                           fmt::join(shown_, ", "), breaks_ > shown_.size() ? ", ..." : "");
+        std::string text = fmt::format("no break in {}", Count(units_, "access unit"));
+        if (Any())
+            text = fmt::format("{} in {}: {}{}", Count(breaks_, "break"), Count(units_, "access unit"),
+                               fmt::join(shown_, ", "), breaks_ > shown_.size() ? ", ..." : "");
+        if (gaps_ != 0)
+            text += fmt::format("\n{} in frame_num that the stream allows: pictures may be missing there",
+                                Count(gaps_, "gap"));
+        return text;
     }
+
+    std::uint64_t ByLibrary() const { return byLibrary_; }
 
 private:
     static constexpr std::size_t kShown = 20;
 
     std::uint64_t units_ = 0;
     std::uint64_t breaks_ = 0;
+    std::uint64_t byLibrary_ = 0;
+    std::uint64_t gaps_ = 0;
     std::vector<std::uint64_t> shown_; // the first of them
 };
 
-constexpr const char* kHevcRule =
-    "In H.265 a picture counts as a break unless its picture order count is one more than that of the\n"
-    "previous picture of the lowest temporal layer that others may refer to. So reordered pictures count\n"
-    "as well: only a stream without them can be told to be whole.";
-
-void PrintText(VideoCodecType codec, const Verdict& verdict)
+void PrintText(const Judged& judged)
 {
-    if (verdict.index == 0)
-        output::Heading(
-            fmt::format("{:>8}  {:<5}  {:<5}  {:<5}  {}", "index", "break", "kind", "intra", "picture"));
-    const bool isField = codec == VideoCodecAVC && verdict.picType && !verdict.unknown;
-    const char* const kind = verdict.info.isFramePicture != 0 ? "frame" : isField ? "field" : "";
-    output::Line(fmt::format(
-        "{:>8}  {:<5}  {:<5}  {:<5}  {}", verdict.index, verdict.info.discontinuity != 0 ? "break" : "", kind,
-        verdict.info.intraPicture != 0 ? "intra" : "", PictureTypeText(verdict.picType)));
+    if (judged.index == 0)
+        output::Heading(fmt::format("{:>8}  {:<5}  {:<5}  {:<5}  {:<7}  {}", "index", "break", "kind",
+                                    "intra", "picture", "finding"));
+    const VideoInfoEx& library = judged.library;
+    const Finding finding = judged.finding;
+    const bool isField = judged.codec == nalsmith::Codec::h264 && judged.picType != VideoPicTypeUnknown &&
+                         finding != Finding::unknown_parameters;
+    const char* const kind = library.isFramePicture != 0 ? "frame" : isField ? "field" : "";
+    output::Line(fmt::format("{:>8}  {}  {:<5}  {:<5}  {:<7}  {}", judged.index,
+                             judged.broken ? Alarming("break", 5) : std::string(5, ' '), kind,
+                             library.intraPicture != 0 ? "intra" : "", PictureTypeName(judged.picType),
+                             finding == Finding::continuous ? "" : to_string(finding)));
 }
 
-void PrintJson(VideoCodecType codec, const Verdict& verdict)
+void PrintJson(const Judged& judged)
 {
-    const bool isAvc = codec == VideoCodecAVC; // H.265 does not tell frames from fields in its slices
-    output::JsonLine({{"index", verdict.index},
-                      {"discontinuity", verdict.info.discontinuity},
-                      {"isFramePicture", isAvc ? Json(verdict.info.isFramePicture) : Json()},
-                      {"intraPicture", verdict.info.intraPicture},
-                      {"picType", PictureTypeJson(verdict.picType)}});
+    const bool isAvc =
+        judged.codec == nalsmith::Codec::h264; // H.265 does not tell frames from fields in its slices
+    const VideoInfoEx& library = judged.library;
+    output::JsonLine(
+        {{"index", judged.index},
+         {"broken", judged.broken},
+         {"finding", KeyOf(judged.finding)},
+         {"discontinuity", library.discontinuity},
+         {"isFramePicture", isAvc ? Json(library.isFramePicture) : Json()},
+         {"intraPicture", library.intraPicture},
+         {"picType",
+          judged.picType != VideoPicTypeUnknown ? Json(static_cast<int>(judged.picType)) : Json()}});
 }
 
-void PrintSummary(const StreamOptions& options, VideoCodecType codec, const Breaks& breaks)
+std::string LibraryText(nalsmith::Codec codec, const Breaks& breaks)
 {
-    const std::string text =
-        breaks.Text() + (codec == VideoCodecHEVC ? std::string("\n") + kHevcRule : std::string());
+    if (codec == nalsmith::Codec::h264)
+        return fmt::format("by the library's own rule, of frame_num alone: {}",
+                           Count(breaks.ByLibrary(), "break"));
+    return fmt::format("by the library's own rule, which calls reordered pictures breaks as well: {}",
+                       Count(breaks.ByLibrary(), "break"));
+}
+
+void PrintSummary(const CheckOptions& options, nalsmith::Codec codec, const Breaks& breaks)
+{
+    if (options.quiet)
+        return;
+    const std::string text = breaks.Text() + '\n' + LibraryText(codec, breaks);
     if (options.json)
         output::Remark(text);
     else
-        output::Heading('\n' + text);
+        output::Write('\n' + text + '\n');
 }
 
-ExitStatus CheckContinuity(const StreamOptions& options)
+ExitStatus CheckContinuity(const CheckOptions& options)
 {
-    Input input(options.file);
-    StreamReader reader(input, options.Codec());
-    Judge judge(reader.Codec());
+    Input input(options);
+    UnitReader reader(input, options);
+    nalsmith::ContinuityChecker checker(reader.Codec());
+    LibraryRule rule(reader.Codec());
     Breaks breaks;
     const auto print = options.json ? PrintJson : PrintText;
-    for (std::uint64_t index = 0; const VideoInfo* unit = reader.Next(); ++index) {
-        const Verdict verdict = judge.Test(index, *unit);
-        breaks.Add(verdict);
-        print(reader.Codec(), verdict);
+    while (const nalsmith::AccessUnit* unit = reader.Next()) {
+        const nalsmith::Verdict verdict = checker.check(unit->bytes);
+        const VideoInfoEx library = rule.Judge(reader, *unit);
+        const bool broken = options.libraryRule ? library.discontinuity != 0 : verdict.broken();
+        const Judged judged = {reader.Units() - 1, reader.Codec(), verdict.finding, library,
+                               unit->picture_type, broken};
+        breaks.Add(judged);
+        print(judged);
     }
     PrintSummary(options, reader.Codec(), breaks);
-    ComplainOfRefused(input, reader);
+    reader.Warn();
     return breaks.Any() ? ExitStatus::Found : ExitStatus::Done;
 }
 
@@ -129,15 +196,19 @@ Command MakeCheckCommand(CLI::App& program)
 {
     CLI::App* parser = program.add_subcommand("check", "Find breaks in a stream");
     parser->footer(
-        "H.264: frame_num has to go on from the access unit before (not where the stream allows gaps, and "
-        "not\n"
-        "at IDR pictures). H.265: the picture order count has to be one more than that of the previous\n"
-        "picture of the lowest temporal layer that others may refer to, so reordered pictures count as\n"
-        "breaks. An access unit whose parameter sets are unknown is a break in both. With --json the "
-        "summary\n"
-        "goes to the standard error output. Exit status 1 when a break was found.\n\n"
+        "A break is where a picture is missing that others need: in H.264 as frame_num, the fields and the\n"
+        "picture order count tell, in H.265 as the reference picture sets tell. Reordered pictures and\n"
+        "temporal layers are none; an access unit whose parameter sets are unknown is one. With --json the\n"
+        "summary goes to the standard error output. Exit status 1 when a break was found.\n"
+        "--library-rule: in H.264 frame_num alone has to go on (not where the stream allows gaps); in H.265\n"
+        "the picture order count has to be one more than that of the previous picture of the lowest "
+        "temporal\n"
+        "layer that others may refer to, so that reordered pictures count as breaks.\n\n"
         "Example:\n  nalsmith check movie.h264");
-    const auto options = AddStreamOptions(*parser);
+    const auto options = std::make_shared<CheckOptions>();
+    AddStreamOptions(*parser, *options);
+    parser->add_flag("--library-rule", options->libraryRule,
+                     "Go by the rule of the library's VideoSampleTest()");
     return {parser, [options] { return CheckContinuity(*options); }};
 }
 

@@ -2,10 +2,10 @@
 // nalsmith info: what a stream is, in a few lines.
 #include "Commands.h"
 #include "Files.h"
+#include "LibraryReader.h"
 #include "Output.h"
 #include "Statistics.h"
 #include "StreamOptions.h"
-#include "StreamReader.h"
 #include "Summary.h"
 
 #include <algorithm>
@@ -44,15 +44,15 @@ void PrintSequences(const std::vector<SequencePeriods>& sequences)
     }
 }
 
-void PrintParameterSets(const std::vector<ParameterSet>& sets)
+void PrintParameterSets(const std::vector<SentSet>& sets)
 {
     output::Heading(sets.empty() ? "\nno parameter sets" : "\nparameter sets");
-    for (const ParameterSet& set : sets)
+    for (const SentSet& set : sets)
         output::Row(fmt::format("{} {}", set.kind, set.id),
                     fmt::format("{} bytes, sent {}", set.size, Count(set.sent, "time")));
 }
 
-void PrintText(const Input& input, const StreamReader& reader, const Summary& summary)
+void PrintText(const Input& input, const LibraryReader& reader, const Summary& summary)
 {
     output::Heading(Printable(input.Name()));
     output::Row("codec", NameOf(reader.Codec()));
@@ -92,43 +92,42 @@ Json SequencesJson(const std::vector<SequencePeriods>& sequences)
     return list;
 }
 
-Json ParameterSetsJson(const std::vector<ParameterSet>& sets)
+Json ParameterSetsJson(const std::vector<SentSet>& sets)
 {
     Json list = Json::array();
-    for (const ParameterSet& set : sets)
+    for (const SentSet& set : sets)
         list.push_back({{"kind", set.kind}, {"id", set.id}, {"size", set.size}, {"sent", set.sent}});
     return list;
 }
 
-void PrintJson(const StreamOptions& options, const Input& input, const StreamReader& reader,
+void PrintJson(const StreamOptions& options, const Input& input, const LibraryReader& reader,
                const Summary& summary)
 {
-    output::JsonDocument({{"file", options.file},
-                          {"codec", KeyOf(reader.Codec())},
-                          {"bytes", input.BytesRead()},
-                          {"nalUnits", reader.NalUnits()},
-                          {"refusedNalUnits", reader.RefusedNalUnits()},
-                          {"accessUnits", summary.Sizes().size()},
-                          {"accessUnitSize", SpreadJson(summary.Sizes())},
-                          {"keyFrames", summary.KeyFrames()},
-                          {"keyFrameDistance", SpreadJson(summary.KeyDistances())},
-                          {"sequences", SequencesJson(summary.Sequences())},
-                          {"parameterSets", ParameterSetsJson(summary.ParameterSetsSeen())}});
+    output::JsonLine({{"file", options.file},
+                      {"codec", KeyOf(reader.Codec())},
+                      {"bytes", input.BytesRead()},
+                      {"nalUnits", reader.NalUnits()},
+                      {"refusedNalUnits", reader.RefusedNalUnits()},
+                      {"accessUnits", summary.Sizes().size()},
+                      {"accessUnitSize", SpreadJson(summary.Sizes())},
+                      {"keyFrames", summary.KeyFrames()},
+                      {"keyFrameDistance", SpreadJson(summary.KeyDistances())},
+                      {"sequences", SequencesJson(summary.Sequences())},
+                      {"parameterSets", ParameterSetsJson(summary.ParameterSetsSeen())}});
 }
 
 ExitStatus Describe(const StreamOptions& options)
 {
-    Input input(options.file);
+    Input input(options);
     Summary summary;
-    StreamReader reader(input, options.Codec(),
-                        {[&](ByteView nal) { summary.AddNalUnit(reader.Codec(), nal); }, {}});
+    LibraryReader reader(input, options, [&](const nalsmith::NalUnit& nal) { summary.AddNalUnit(nal); });
     while (const VideoInfo* unit = reader.Next())
         summary.AddAccessUnit(*unit);
     if (options.json)
         PrintJson(options, input, reader, summary);
     else
         PrintText(input, reader, summary);
-    ComplainOfRefused(input, reader);
+    reader.Warn();
     return ExitStatus::Done;
 }
 

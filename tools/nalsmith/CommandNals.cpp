@@ -2,138 +2,158 @@
 // nalsmith nals: one line for each NAL unit of the file.
 #include "Commands.h"
 #include "Files.h"
-#include "NalHeader.h"
-#include "NalSource.h"
+#include "NalNames.h"
 #include "Output.h"
-#include "PictureType.h"
 #include "StreamOptions.h"
+#include "UnitReader.h"
+
+#include <nalsmith/handles.hpp>
+
+#include <new>
 
 namespace host {
 namespace {
 
-struct NalUnit {
+struct ListedNal {
     std::uint64_t index = 0;
     std::uint64_t offset = 0; // of its start code, in the file
-    std::size_t size = 0;     // start code included
-    std::optional<NalHeader> header;
+    const nalsmith::NalUnit& nal;
     bool isSlice = false;
     std::optional<std::uint32_t> sliceHeaderSize; // H.264
-    PictureType picType;
+    VideoPicType picType = VideoPicTypeUnknown;
+
+    std::size_t Size() const { return nal.bytes.size(); } // start code included
+    bool HasHeader() const { return !nal.bare(); }
+    bool IsAvc() const { return nal.codec == nalsmith::Codec::h264; }
+    bool IsCutShort() const { return Size() < nal.start_code_size + 2; } // within an H.265 header
 };
 
 // Looks into NAL units, in the order of the stream: slice headers are read with the parameter sets before
 // them.
 class SliceReader {
 public:
-    explicit SliceReader(VideoCodecType codec)
-        : codec_(codec), walk_(MakeParsingHandle(codec)), pictureTypes_(codec)
+    explicit SliceReader(nalsmith::Codec codec)
+        : walk_(nalsmith::make_parsing_handle(codec, 1, 1)),
+          types_(nalsmith::make_parsing_handle(codec, 1, 1))
     {
+        if (!walk_ || !types_)
+            throw std::bad_alloc();
     }
 
-    void Describe(ByteView bytes, NalUnit& nal)
+    void Describe(ListedNal& listed)
     {
-        nal.header = ReadNalHeader(codec_, bytes);
-        if (!nal.header || nal.header->forbidden_zero_bit)
+        const nalsmith::BytesView bytes = listed.nal.bytes;
+        if (listed.nal.bare() || listed.nal.forbidden())
             return;
-        if (codec_ == VideoCodecHEVC) { // the library walks over H.264 only
-            nal.isSlice = RoleOf(codec_, nal.header->nal_unit_type) == NalRole::Slice;
+        if (!listed.IsAvc()) { // the library walks over H.264 only
+            listed.isSlice = listed.nal.is_slice();
             return;
         }
         std::uint8_t* found = nullptr;
         std::uint32_t size = 0;
         std::uint32_t sliceHeaderSize = 0;
-        // Taken as writable, but not written.
-        SetVideoData(walk_.get(), const_cast<std::uint8_t*>(bytes.data),
-                     static_cast<std::uint32_t>(bytes.size));
-        if (GetNalUnit(walk_.get(), &found, &size, &nal.isSlice, &sliceHeaderSize) != 0 || !nal.isSlice)
+        const auto whole = static_cast<std::uint32_t>(bytes.size());
+        SetVideoData(walk_.get(), const_cast<std::uint8_t*>(bytes.data()), whole); // not written to
+        if (GetNalUnit(walk_.get(), &found, &size, &listed.isSlice, &sliceHeaderSize) != 0 || !listed.isSlice)
             return;
-        nal.sliceHeaderSize = sliceHeaderSize;
-        nal.picType = pictureTypes_.Of(bytes);
+        listed.sliceHeaderSize = sliceHeaderSize;
+        QueryType(types_.get(), bytes.data(), whole, listed.picType);
     }
 
 private:
-    VideoCodecType codec_;
-    ParsingHandle walk_;
-    PictureTypes pictureTypes_;
+    nalsmith::ParsingHandle walk_;
+    nalsmith::ParsingHandle types_; // QueryType() would end the walk
 };
 
-template <typename T>
-Json OrNull(const std::optional<T>& value)
+Json Known(bool known, std::uint64_t value)
 {
-    return value ? Json(*value) : Json();
+    return known ? Json(value) : Json();
 }
 
-template <typename T>
-std::string OrBlank(const std::optional<T>& value)
+std::string KnownText(bool known, std::uint64_t value)
 {
-    return value ? std::to_string(*value) : std::string();
+    return known ? std::to_string(value) : std::string();
 }
 
-void PrintText(VideoCodecType codec, const NalUnit& nal)
+unsigned TemporalIdPlus1(const nalsmith::NalUnit& nal)
 {
-    const bool isAvc = codec == VideoCodecAVC;
-    const NalHeader header = nal.header.value_or(NalHeader());
-    std::string name = nal.header ? NalTypeName(codec, header.nal_unit_type) : "(bare start code)";
-    if (header.forbidden_zero_bit)
+    return nal.header_byte(1) & 7U;
+}
+
+std::string PictureTypeText(VideoPicType type)
+{
+    return type > VideoPicTypeAllSI ? std::to_string(static_cast<int>(type)) : PictureTypeName(type);
+}
+
+void PrintText(const ListedNal& listed)
+{
+    const nalsmith::NalUnit& nal = listed.nal;
+    std::string name = listed.HasHeader() ? NalTypeName(nal.codec, nal.type()) : "(bare start code)";
+    if (nal.forbidden())
         name += " (forbidden_zero_bit set)";
-    const std::string type = nal.header ? std::to_string(header.nal_unit_type) : "";
-    const std::string start =
-        fmt::format("{:>8}  {:>12}  {:>10}  {:>4}", nal.index, nal.offset, nal.size, type);
-    if (isAvc)
-        output::Line(fmt::format("{}  {:>3}  {:>6}  {:<7}  {}", start, OrBlank(header.nal_ref_idc),
-                                 OrBlank(nal.sliceHeaderSize), PictureTypeText(nal.picType), name));
+    const std::string start = fmt::format("{:>8}  {:>12}  {:>10}  {:>4}", listed.index, listed.offset,
+                                          listed.Size(), KnownText(listed.HasHeader(), nal.type()));
+    if (listed.IsAvc())
+        output::Line(
+            fmt::format("{}  {:>3}  {:>6}  {:<7}  {}", start, KnownText(listed.HasHeader(), nal.ref_idc()),
+                        KnownText(listed.sliceHeaderSize.has_value(), listed.sliceHeaderSize.value_or(0)),
+                        PictureTypeText(listed.picType), name));
     else
-        output::Line(fmt::format("{}  {:>5}  {:>13}  {}", start, OrBlank(header.nuh_layer_id),
-                                 OrBlank(header.nuh_temporal_id_plus1), name));
+        output::Line(fmt::format("{}  {:>5}  {:>13}  {}", start,
+                                 KnownText(!listed.IsCutShort(), nal.layer_id()),
+                                 KnownText(!listed.IsCutShort(), TemporalIdPlus1(nal)), name));
 }
 
-void PrintHeading(VideoCodecType codec)
+void PrintHeading(nalsmith::Codec codec)
 {
     const std::string start = fmt::format("{:>8}  {:>12}  {:>10}  {:>4}", "index", "offset", "bytes", "type");
-    if (codec == VideoCodecAVC)
+    if (codec == nalsmith::Codec::h264)
         output::Heading(
             fmt::format("{}  {:>3}  {:>6}  {:<7}  {}", start, "ref", "header", "picture", "name"));
     else
         output::Heading(fmt::format("{}  {:>5}  {:>13}  {}", start, "layer", "temporal_id+1", "name"));
 }
 
-void PrintJson(VideoCodecType codec, const NalUnit& nal)
+void PrintJson(const ListedNal& listed)
 {
-    const NalHeader header = nal.header.value_or(NalHeader());
-    Json json = {{"index", nal.index}, {"offset", nal.offset}, {"size", nal.size}};
-    json["nal_unit_type"] = nal.header ? Json(header.nal_unit_type) : Json();
-    json["name"] = nal.header ? Json(NalTypeName(codec, header.nal_unit_type)) : Json();
-    json["forbidden_zero_bit"] = nal.header ? Json(header.forbidden_zero_bit ? 1 : 0) : Json();
-    if (codec == VideoCodecAVC) {
-        json["nal_ref_idc"] = OrNull(header.nal_ref_idc);
+    const nalsmith::NalUnit& nal = listed.nal;
+    const bool header = listed.HasHeader();
+    Json json = {{"index", listed.index}, {"offset", listed.offset}, {"size", listed.Size()}};
+    json["nal_unit_type"] = Known(header, nal.type());
+    json["name"] = header ? Json(NalTypeName(nal.codec, nal.type())) : Json();
+    json["forbidden_zero_bit"] = Known(header, nal.forbidden() ? 1 : 0);
+    if (listed.IsAvc()) {
+        json["nal_ref_idc"] = Known(header, nal.ref_idc());
     } else {
-        json["nuh_layer_id"] = OrNull(header.nuh_layer_id);
-        json["nuh_temporal_id_plus1"] = OrNull(header.nuh_temporal_id_plus1);
+        json["nuh_layer_id"] = Known(!listed.IsCutShort(), nal.layer_id());
+        json["nuh_temporal_id_plus1"] = Known(!listed.IsCutShort(), TemporalIdPlus1(nal));
     }
-    json["isSlice"] = nal.isSlice;
-    json["sliceHeaderSize"] = OrNull(nal.sliceHeaderSize);
-    json["picType"] = PictureTypeJson(nal.picType);
+    json["isSlice"] = listed.isSlice;
+    json["sliceHeaderSize"] = Known(listed.sliceHeaderSize.has_value(), listed.sliceHeaderSize.value_or(0));
+    json["picType"] =
+        Known(listed.picType != VideoPicTypeUnknown, static_cast<std::uint32_t>(listed.picType));
     output::JsonLine(json);
 }
 
 ExitStatus ListNals(const StreamOptions& options)
 {
-    Input input(options.file);
-    std::uint64_t offset = 0;
-    NalSource nals(input, options.Codec(), [&offset](ByteView leading) { offset += leading.size; });
-    SliceReader reader(nals.Codec());
+    Input input(options);
+    UnitReader reader(input, options, {false, true, {}});
+    SliceReader slices(reader.Codec());
     const auto print = options.json ? PrintJson : PrintText;
-    for (std::uint64_t index = 0; const auto bytes = nals.Next(); ++index) {
-        if (index == 0 && !options.json)
-            PrintHeading(nals.Codec());
-        NalUnit nal;
-        nal.index = index;
-        nal.offset = offset;
-        nal.size = bytes->size;
-        reader.Describe(*bytes, nal);
-        print(nals.Codec(), nal);
-        offset += bytes->size;
+    if (!options.json)
+        PrintHeading(reader.Codec());
+    std::uint64_t index = 0;
+    while (const nalsmith::AccessUnit* unit = reader.Next()) {
+        for (const nalsmith::NalUnit& nal : reader.Nals()) {
+            const auto place = static_cast<std::uint64_t>(nal.bytes.data() - unit->bytes.data());
+            ListedNal listed = {index++,      reader.Offset() + place, nal, false,
+                                std::nullopt, VideoPicTypeUnknown};
+            slices.Describe(listed);
+            print(listed);
+        }
     }
+    reader.Warn();
     return ExitStatus::Done;
 }
 

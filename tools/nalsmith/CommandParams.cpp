@@ -2,11 +2,11 @@
 // nalsmith params: the parameter sets of a stream, each once.
 #include "Commands.h"
 #include "Files.h"
-#include "NalSource.h"
 #include "Output.h"
 #include "OutputFile.h"
 #include "ParameterSets.h"
 #include "StreamOptions.h"
+#include "UnitReader.h"
 
 namespace host {
 namespace {
@@ -15,22 +15,22 @@ struct ParamsOptions : StreamOptions {
     std::string output; // empty: none
 };
 
-std::string HexOf(ByteView bytes)
+std::string HexOf(nalsmith::BytesView bytes)
 {
-    return fmt::format("{:02x}", fmt::join(bytes.data, bytes.data + bytes.size, ""));
+    return fmt::format("{:02x}", fmt::join(bytes.begin(), bytes.end(), ""));
 }
 
-void PrintText(const ParameterSet& set, ByteView unit)
+void PrintText(const SentSet& set, nalsmith::BytesView unit)
 {
     output::Line(fmt::format("{} {:>3}  {:>5} bytes  {}", set.kind, set.id, set.size, HexOf(unit)));
 }
 
-void PrintJson(const ParameterSet& set, ByteView unit)
+void PrintJson(const SentSet& set, nalsmith::BytesView unit)
 {
     output::JsonLine({{"kind", set.kind}, {"id", set.id}, {"size", set.size}, {"hex", HexOf(unit)}});
 }
 
-void WriteUnit(OutputFile& file, ByteView unit)
+void WriteUnit(OutputFile& file, nalsmith::BytesView unit)
 {
     constexpr std::uint8_t kStartCode[] = {0, 0, 0, 1};
     file.Write({kStartCode, sizeof kStartCode});
@@ -39,26 +39,28 @@ void WriteUnit(OutputFile& file, ByteView unit)
 
 ExitStatus ListParameterSets(const ParamsOptions& options)
 {
-    Input input(options.file);
-    NalSource nals(input, options.Codec());
+    Input input(options);
+    UnitReader reader(input, options, {false, true, {}});
     std::optional<OutputFile> file;
     if (!options.output.empty())
         file.emplace(options.output);
     const auto print = options.json ? PrintJson : PrintText;
-    ParameterSets sets;
-    while (const auto nal = nals.Next()) {
-        if (!sets.Add(nals.Codec(), *nal))
-            continue;
-        const ByteView unit = WithoutTrailingZeros(WithoutStartCode(*nal));
-        if (options.output != "-")
-            print(sets.All().back(), unit);
-        if (file)
-            WriteUnit(*file, unit);
+    SentSets sets;
+    while (reader.Next() != nullptr) {
+        for (const nalsmith::NalUnit& nal : reader.Nals()) {
+            if (!sets.Add(nal))
+                continue;
+            if (options.output != "-")
+                print(sets.All().back(), nal.payload());
+            if (file)
+                WriteUnit(*file, nal.payload());
+        }
     }
     if (file)
         file->Commit();
-    if (sets.All().empty())
-        Complain(input.Name() + ": no parameter sets");
+    reader.Warn();
+    if (sets.All().empty() && !options.quiet)
+        Warn(input.Name() + ": no parameter sets");
     return ExitStatus::Done;
 }
 
@@ -73,8 +75,8 @@ Command MakeParamsCommand(CLI::App& program)
         "Example:\n  nalsmith params movie.h265 -o headers.h265");
     const auto options = std::make_shared<ParamsOptions>();
     AddStreamOptions(*parser, *options);
-    AddJsonOption(*parser, *options);
-    parser->add_option("-o,--output", options->output, "Write them as a byte stream (Annex B) to this file");
+    parser->add_option("-o,--output", options->output, "Write them as a byte stream (Annex B) to this file")
+        ->type_name("OUT");
     return {parser, [options] { return ListParameterSets(*options); }};
 }
 

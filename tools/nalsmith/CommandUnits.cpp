@@ -2,10 +2,10 @@
 // nalsmith units: one line for each access unit.
 #include "Commands.h"
 #include "Files.h"
+#include "LibraryReader.h"
 #include "Output.h"
 #include "Sequence.h"
 #include "StreamOptions.h"
-#include "StreamReader.h"
 
 namespace host {
 namespace {
@@ -13,7 +13,7 @@ namespace {
 void PrintText(std::uint64_t index, const VideoInfo& unit)
 {
     if (index == 0)
-        output::Line(fmt::format("{:>8}  {:>10}  {:<3}  {}", "index", "bytes", "key", "sequence"));
+        output::Heading(fmt::format("{:>8}  {:>10}  {:<3}  {}", "index", "bytes", "key", "sequence"));
     output::Line(fmt::format("{:>8}  {:>10}  {:<3}  {}", index, unit.frameSize,
                              unit.keyFrame != 0 ? "key" : "", SequenceSummary(unit)));
 }
@@ -28,13 +28,13 @@ void PrintJson(std::uint64_t index, const VideoInfo& unit)
 
 ExitStatus ListUnits(const StreamOptions& options)
 {
-    Input input(options.file);
-    StreamReader reader(input, options.Codec());
+    Input input(options);
+    LibraryReader reader(input, options);
     const auto print = options.json ? PrintJson : PrintText;
     std::uint64_t index = 0;
     while (const VideoInfo* unit = reader.Next())
         print(index++, *unit);
-    ComplainOfRefused(input, reader);
+    reader.Warn();
     return ExitStatus::Done;
 }
 

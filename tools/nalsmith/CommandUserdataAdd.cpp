@@ -2,14 +2,15 @@
 // nalsmith userdata add: puts user data into the access units of a stream.
 #include "Commands.h"
 #include "Failure.h"
-#include "Handles.h"
 #include "Output.h"
 #include "PerFrameData.h"
 #include "StreamCopy.h"
 
+#include <nalsmith/handles.hpp>
+
 #include <CLI/Validators.hpp>
 
-#include <limits>
+#include <new>
 
 namespace host {
 namespace {
@@ -38,13 +39,13 @@ public:
     }
 
     // Null for none.
-    const Data* For(const CopiedUnit& unit) const
+    const Data* For(std::uint64_t index, bool key) const
     {
         if (!options_.perFrame.empty()) {
-            const auto found = perFrame_.find(unit.index);
+            const auto found = perFrame_.find(index);
             return found != perFrame_.end() ? &found->second : nullptr;
         }
-        const bool chosen = options_.keyFramesOnly ? unit.key : unit.index % options_.every == 0;
+        const bool chosen = options_.keyFramesOnly ? key : index % options_.every == 0;
         return chosen ? &same_ : nullptr;
     }
 
@@ -69,14 +70,18 @@ private:
 // else changes.
 class Inserter {
 public:
-    explicit Inserter(VideoCodecType codec) : codec_(codec), handle_(MakeUserDataHandle(codec)) {}
+    explicit Inserter(nalsmith::Codec codec) : handle_(nalsmith::make_user_data_handle(codec))
+    {
+        if (!handle_)
+            throw std::bad_alloc();
+    }
 
     // Writes the access unit. False when it has no place for the message.
-    bool Write(StreamCopy& copy, const CopiedUnit& unit, const Data& data)
+    bool Write(StreamCopy& copy, const nalsmith::AccessUnit& unit, const Data& data)
     {
         bool placed = false;
-        for (const RawNal& nal : unit.nals) {
-            const auto edited = placed || !nal.stored ? std::nullopt : Insert(nal, data);
+        for (const nalsmith::NalUnit& nal : copy.Nals()) {
+            const auto edited = placed || !IsPlace(unit, nal) ? std::nullopt : Insert(nal, data);
             placed = placed || edited;
             copy.Write(edited.value_or(nal.bytes));
         }
@@ -84,22 +89,35 @@ public:
     }
 
 private:
+    static bool IsMessage(const nalsmith::NalUnit& nal)
+    {
+        return nal.type() == (nal.codec == nalsmith::Codec::h264 ? 6U : 39U);
+    }
+
+    // A slice whose parameter sets had not come is none, but the SEI NAL unit in front of it is.
+    static bool IsPlace(const nalsmith::AccessUnit& unit, const nalsmith::NalUnit& nal)
+    {
+        if (nal.bare() || nal.forbidden())
+            return false;
+        const bool readable = unit.has_picture && nal.bytes.begin() >= unit.picture().begin();
+        return IsMessage(nal) || (readable && nal.is_slice());
+    }
+
     // None when the NAL unit is no place.
-    std::optional<ByteView> Insert(const RawNal& nal, const Data& data)
+    std::optional<nalsmith::BytesView> Insert(const nalsmith::NalUnit& nal, const Data& data)
     {
         const std::uint8_t* edited = nullptr;
         std::uint32_t size = 0;
-        if (AddUserData(handle_.get(), nal.bytes.data, static_cast<std::uint32_t>(nal.bytes.size),
+        if (AddUserData(handle_.get(), nal.bytes.data(), static_cast<std::uint32_t>(nal.bytes.size()),
                         data.data(), static_cast<std::uint32_t>(data.size()), &edited, &size) == 0)
-            return ByteView{edited, size};
+            return nalsmith::BytesView(edited, size);
         // What is neither SEI nor slice is answered with a copy. A damaged SEI NAL unit is left as it is.
-        if (edited == nullptr && !IsSei(codec_, nal.header.nal_unit_type))
+        if (edited == nullptr && !IsMessage(nal))
             throw std::bad_alloc();
         return std::nullopt;
     }
 
-    VideoCodecType codec_;
-    UserDataHandle handle_;
+    nalsmith::UserDataHandle handle_;
 };
 
 ExitStatus AddToStream(const AddOptions& options)
@@ -111,15 +129,16 @@ ExitStatus AddToStream(const AddOptions& options)
     Inserter inserter(copy.Codec());
     std::uint64_t edited = 0;
     std::uint64_t withoutPlace = 0;
-    while (const CopiedUnit* unit = copy.Next()) {
-        if (const Data* data = choice.For(*unit))
+    while (const nalsmith::AccessUnit* unit = copy.Next()) {
+        if (const Data* data = choice.For(copy.AccessUnits() - 1, unit->key))
             ++(inserter.Write(copy, *unit, *data) ? edited : withoutPlace);
         else
-            copy.WriteUnchanged(*unit);
+            copy.Write(unit->bytes);
     }
     choice.RequireAllThere(copy.AccessUnits());
     copy.Finish(fmt::format("{}, {} edited, {} without a place", Count(copy.AccessUnits(), "access unit"),
-                            edited, withoutPlace));
+                            edited, withoutPlace),
+                {{"accessUnits", copy.AccessUnits()}, {"edited", edited}, {"withoutPlace", withoutPlace}});
     return ExitStatus::Done;
 }
 
@@ -150,14 +169,16 @@ Command MakeUserdataAddCommand(CLI::App& program)
     const auto options = std::make_shared<AddOptions>();
     AddCopyOptions(*parser, *options);
     CLI::Option_group* data = parser->add_option_group("data", "What to add");
-    data->add_option("--text", options->text, "This text");
-    data->add_option("--data-file", options->dataFile, "The bytes of this file");
+    data->add_option("--text", options->text, "This text")->type_name("TEXT");
+    data->add_option("--data-file", options->dataFile, "The bytes of this file")->type_name("FILE");
     CLI::Option* perFrame = data->add_option("--per-frame", options->perFrame,
-                                             "To each access unit its own, from the lines of this file");
+                                             "To each access unit its own, from the lines of this file")
+                                ->type_name("NDJSON");
     data->require_option(1);
     CLI::Option* key = parser->add_flag("--key-frames-only", options->keyFramesOnly, "Only to key frames");
     parser->add_option("--every", options->every, "Only to access units 0, N, 2N ...")
-        ->check(CLI::Range(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()))
+        ->check(CLI::PositiveNumber)
+        ->type_name("N")
         ->excludes(key)
         ->excludes(perFrame);
     key->excludes(perFrame);

@@ -3,10 +3,14 @@
 #include "Commands.h"
 #include "DataText.h"
 #include "Files.h"
-#include "Handles.h"
 #include "Output.h"
 #include "StreamOptions.h"
-#include "StreamReader.h"
+#include "UnitReader.h"
+
+#include <nalsmith/user_data.hpp>
+
+#include <algorithm>
+#include <new>
 
 namespace host {
 namespace {
@@ -15,61 +19,80 @@ struct GetOptions : StreamOptions {
     bool raw = false;
 };
 
-void PrintText(std::uint64_t index, ByteView data)
+void PrintText(std::uint64_t index, nalsmith::BytesView data)
 {
     const bool isText = IsPrintableText(data);
-    const std::string_view text(reinterpret_cast<const char*>(data.data), data.size);
-    output::Write(fmt::format("{:>8}  {:>10}  {:<6}  {}\n", index, data.size, isText ? "text" : "base64",
+    const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
+    output::Write(fmt::format("{:>8}  {:>10}  {:<6}  {}\n", index, data.size(), isText ? "text" : "base64",
                               isText ? std::string(text) : EncodeBase64(data)));
 }
 
-void PrintJson(std::uint64_t index, ByteView data)
+void PrintJson(std::uint64_t index, nalsmith::BytesView data)
 {
-    Json json = {{"index", index}, {"length", data.size}};
+    Json json = {{"index", index}, {"length", data.size()}};
     if (IsPrintableText(data))
-        json["text"] = std::string_view(reinterpret_cast<const char*>(data.data), data.size);
+        json["text"] = std::string_view(reinterpret_cast<const char*>(data.data()), data.size());
     else
         json["base64"] = EncodeBase64(data);
     output::JsonLine(json);
 }
 
-void PrintRaw(std::uint64_t /*index*/, ByteView data)
+void PrintRaw(std::uint64_t /*index*/, nalsmith::BytesView data)
 {
-    output::Write({reinterpret_cast<const char*>(data.data), data.size});
+    output::Write({reinterpret_cast<const char*>(data.data()), data.size()});
 }
 
-// None when the access unit carries none.
-std::optional<ByteView> DataOf(const UserDataHandle& handle, const VideoInfo& unit)
-{
-    const std::uint8_t* data = nullptr;
-    std::uint32_t size = 0;
-    if (GetUserData(handle.get(), unit.frameData, unit.frameSize, &data, &size) != 0)
-        throw std::bad_alloc();
-    return data != nullptr ? std::optional(ByteView{data, size}) : std::nullopt;
-}
+// Without the NAL units that the library passes over when it reads a stream.
+class Finder {
+public:
+    explicit Finder(nalsmith::Codec codec) : editor_(codec) {}
+
+    // None when the access unit carries none.
+    std::optional<nalsmith::BytesView> Find(const UnitReader& reader, nalsmith::BytesView unit)
+    {
+        const auto& nals = reader.Nals();
+        if (std::any_of(nals.begin(), nals.end(),
+                        [](const nalsmith::NalUnit& nal) { return nal.forbidden(); })) {
+            cleaned_.clear();
+            for (const nalsmith::NalUnit& nal : nals)
+                if (!nal.forbidden())
+                    append(cleaned_, nal.bytes);
+            unit = cleaned_;
+        }
+        const auto data = editor_.get(unit);
+        if (editor_.status() == nalsmith::Status::malformed ||
+            editor_.status() == nalsmith::Status::no_memory)
+            throw std::bad_alloc(); // nothing else can fail
+        return data;
+    }
+
+private:
+    nalsmith::UserDataEditor editor_;
+    nalsmith::Bytes cleaned_;
+};
 
 ExitStatus GetFromStream(const GetOptions& options)
 {
-    Input input(options.file);
-    StreamReader reader(input, options.Codec());
-    const UserDataHandle handle = MakeUserDataHandle(reader.Codec());
+    Input input(options);
+    UnitReader reader(input, options);
+    Finder finder(reader.Codec());
     const auto print = options.json ? PrintJson : options.raw ? PrintRaw : PrintText;
-    std::uint64_t index = 0;
     std::uint64_t found = 0;
     std::uint64_t bytes = 0;
-    for (; const VideoInfo* unit = reader.Next(); ++index) {
-        const auto data = DataOf(handle, *unit);
+    while (const nalsmith::AccessUnit* unit = reader.Next()) {
+        const auto data = finder.Find(reader, unit->bytes);
         if (!data)
             continue;
         if (found == 0 && print == PrintText)
             output::Heading(fmt::format("{:>8}  {:>10}  {:<6}  {}", "index", "bytes", "as", "user data"));
-        print(index, *data);
+        print(reader.Units() - 1, *data);
         ++found;
-        bytes += data->size;
+        bytes += data->size();
     }
-    ComplainOfRefused(input, reader);
-    output::Remark(fmt::format("{}, {} with user data; {} bytes in, {} bytes of user data",
-                               Count(index, "access unit"), found, input.BytesRead(), bytes));
+    reader.Warn();
+    if (!options.quiet)
+        output::Remark(fmt::format("{}, {} with user data; {} bytes in, {} bytes of user data",
+                                   Count(reader.Units(), "access unit"), found, input.BytesRead(), bytes));
     return ExitStatus::Done;
 }
 
@@ -85,8 +108,8 @@ Command MakeUserdataGetCommand(CLI::App& program)
         "Example:\n  nalsmith userdata get --raw marked.h264 > data");
     const auto options = std::make_shared<GetOptions>();
     AddStreamOptions(*parser, *options);
-    CLI::Option* json = AddJsonOption(*parser, *options);
-    parser->add_flag("--raw", options->raw, "Write the bytes alone, one after the other")->excludes(json);
+    parser->add_flag("--raw", options->raw, "Write the bytes alone, one after the other")
+        ->excludes(parser->get_option("--json"));
     return {parser, [options] { return GetFromStream(*options); }};
 }
 

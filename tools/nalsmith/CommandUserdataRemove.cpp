@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 // nalsmith userdata remove: a stream without user data, whoever put it in.
 #include "Commands.h"
-#include "Handles.h"
 #include "Output.h"
 #include "StreamCopy.h"
 
+#include <nalsmith/handles.hpp>
+
 #include <algorithm>
+#include <new>
 
 namespace host {
 namespace {
@@ -13,34 +15,38 @@ namespace {
 // Only SEI NAL units are handed to the library, so that nothing else changes.
 class Stripper {
 public:
-    explicit Stripper(VideoCodecType codec) : codec_(codec), handle_(MakeUserDataHandle(codec)) {}
+    explicit Stripper(nalsmith::Codec codec) : handle_(nalsmith::make_user_data_handle(codec))
+    {
+        if (!handle_)
+            throw std::bad_alloc();
+    }
 
     // Writes the access unit. True when it has changed.
-    bool Write(StreamCopy& copy, const CopiedUnit& unit)
+    bool Write(StreamCopy& copy)
     {
         bool changed = false;
-        for (const RawNal& nal : unit.nals) {
-            const bool isSei = nal.stored && IsSei(codec_, nal.header.nal_unit_type);
-            const ByteView left = isSei ? Strip(nal.bytes) : nal.bytes;
-            changed = changed || !std::equal(left.data, left.data + left.size, nal.bytes.data,
-                                             nal.bytes.data + nal.bytes.size);
+        for (const nalsmith::NalUnit& nal : copy.Nals()) {
+            const bool isPrefix = nal.type() == (nal.codec == nalsmith::Codec::h264 ? 6U : 39U);
+            const bool isMessage = isPrefix && !nal.bare() && !nal.forbidden();
+            const nalsmith::BytesView left = isMessage ? Strip(nal.bytes) : nal.bytes;
+            changed = changed || !std::equal(left.begin(), left.end(), nal.bytes.begin(), nal.bytes.end());
             copy.Write(left);
         }
         return changed;
     }
 
 private:
-    ByteView Strip(ByteView sei)
+    nalsmith::BytesView Strip(nalsmith::BytesView sei)
     {
         const std::uint8_t* left = nullptr;
         std::uint32_t size = 0;
-        if (RemoveUserData(handle_.get(), sei.data, static_cast<std::uint32_t>(sei.size), &left, &size) != 0)
+        if (RemoveUserData(handle_.get(), sei.data(), static_cast<std::uint32_t>(sei.size()), &left, &size) !=
+            0)
             throw std::bad_alloc();
         return {left, size};
     }
 
-    VideoCodecType codec_;
-    UserDataHandle handle_;
+    nalsmith::UserDataHandle handle_;
 };
 
 ExitStatus RemoveFromStream(const CopyOptions& options)
@@ -48,9 +54,10 @@ ExitStatus RemoveFromStream(const CopyOptions& options)
     StreamCopy copy(options);
     Stripper stripper(copy.Codec());
     std::uint64_t edited = 0;
-    while (const CopiedUnit* unit = copy.Next())
-        edited += stripper.Write(copy, *unit) ? 1 : 0;
-    copy.Finish(fmt::format("{}, {} edited", Count(copy.AccessUnits(), "access unit"), edited));
+    while (copy.Next() != nullptr)
+        edited += stripper.Write(copy) ? 1 : 0;
+    copy.Finish(fmt::format("{}, {} edited", Count(copy.AccessUnits(), "access unit"), edited),
+                {{"accessUnits", copy.AccessUnits()}, {"edited", edited}});
     return ExitStatus::Done;
 }
 

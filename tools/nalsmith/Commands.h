@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What main() knows of the commands.
+// The commands, for what runs them and for what describes them.
 #pragma once
 
 #include "Failure.h"
@@ -7,6 +7,7 @@
 #include <CLI/App.hpp>
 
 #include <functional>
+#include <vector>
 
 namespace host {
 
@@ -15,11 +16,21 @@ struct Command {
     std::function<ExitStatus()> run; // what it does once that has been parsed
 };
 
+// What the program is, and all of its commands.
+constexpr const char* kProgramName = "nalsmith";
+constexpr const char* kProgramDescription =
+    "Access units, NAL units, parameter sets and user data of H.264 and H.265 byte streams";
+std::vector<Command> AddCommands(CLI::App& program);
+
 Command MakeInfoCommand(CLI::App& program);
 Command MakeUnitsCommand(CLI::App& program);
 Command MakeNalsCommand(CLI::App& program);
 Command MakeCheckCommand(CLI::App& program);
 Command MakeParamsCommand(CLI::App& program);
+Command MakeReportCommand(CLI::App& program);
+Command MakeCompleteCommand(CLI::App& program);
+Command MakeSplitCommand(CLI::App& program);
+Command MakeConvertCommand(CLI::App& program);
 Command MakeUserdataAddCommand(CLI::App& program);
 Command MakeUserdataGetCommand(CLI::App& program);
 Command MakeUserdataRemoveCommand(CLI::App& program);

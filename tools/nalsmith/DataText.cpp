@@ -23,18 +23,18 @@ struct Character {
 };
 
 // The character that `bytes` begins with; none when that is not UTF-8.
-std::optional<Character> ReadUtf8(ByteView bytes)
+std::optional<Character> ReadUtf8(nalsmith::BytesView bytes)
 {
     for (const Utf8Form& form : kUtf8Forms) {
-        if ((bytes.data[0] & form.mask) != form.mark)
+        if ((bytes[0] & form.mask) != form.mark)
             continue;
-        if (bytes.size < form.size)
+        if (bytes.size() < form.size)
             return std::nullopt;
-        std::uint32_t code = bytes.data[0] & ~form.mask;
+        std::uint32_t code = bytes[0] & ~form.mask;
         for (std::size_t i = 1; i < form.size; ++i) {
-            if ((bytes.data[i] & 0xC0) != 0x80)
+            if ((bytes[i] & 0xC0) != 0x80)
                 return std::nullopt;
-            code = code << 6 | (bytes.data[i] & 0x3FU);
+            code = code << 6 | (bytes[i] & 0x3FU);
         }
         const bool surrogate = code >= 0xD800 && code < 0xE000;
         if (code < form.least || code > 0x10FFFF || surrogate)
@@ -46,27 +46,27 @@ std::optional<Character> ReadUtf8(ByteView bytes)
 
 } // namespace
 
-bool IsPrintableText(ByteView bytes)
+bool IsPrintableText(nalsmith::BytesView bytes)
 {
-    while (bytes.size != 0) {
+    while (!bytes.empty()) {
         const auto character = ReadUtf8(bytes);
         if (!character || character->code < ' ' || (character->code >= 0x7F && character->code < 0xA0))
             return false;
-        bytes = {bytes.data + character->size, bytes.size - character->size};
+        bytes = bytes.subview(character->size);
     }
     return true;
 }
 
-std::string EncodeBase64(ByteView bytes)
+std::string EncodeBase64(nalsmith::BytesView bytes)
 {
     std::string text;
-    text.reserve((bytes.size + 2) / 3 * 4);
-    for (std::size_t at = 0; at < bytes.size; at += 3) {
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
         std::uint32_t group = 0;
         for (std::size_t i = at; i < at + 3; ++i)
-            group = group << 8 | (i < bytes.size ? bytes.data[i] : 0U);
+            group = group << 8 | (i < bytes.size() ? bytes[i] : 0U);
         for (std::size_t i = 0; i < 4; ++i)
-            text += at + i <= bytes.size ? kDigits[group >> (18 - 6 * i) & 63] : kPadding;
+            text += at + i <= bytes.size() ? kDigits[group >> (18 - 6 * i) & 63] : kPadding;
     }
     return text;
 }

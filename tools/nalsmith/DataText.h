@@ -2,8 +2,9 @@
 // User data in print: as text where it is some, else in Base64 (RFC 4648).
 #pragma once
 
-#include "Bytes.h"
 #include "Output.h"
+
+#include <nalsmith/bytes.hpp>
 
 #include <cstdint>
 #include <optional>
@@ -14,9 +15,9 @@
 namespace host {
 
 // Whether the bytes are UTF-8 without control characters.
-bool IsPrintableText(ByteView bytes);
+bool IsPrintableText(nalsmith::BytesView bytes);
 
-std::string EncodeBase64(ByteView bytes);
+std::string EncodeBase64(nalsmith::BytesView bytes);
 
 // None when it is not Base64: padding belongs to it, blanks do not.
 std::optional<std::vector<std::uint8_t>> DecodeBase64(std::string_view text);

@@ -2,10 +2,12 @@
 #include "Files.h"
 
 #include "Failure.h"
+#include "Progress.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -27,8 +29,19 @@ Input::Input(const std::string& path)
         FailWithErrno(name_);
 }
 
+Input::Input(const StreamOptions& options) : Input(options.file)
+{
+    struct stat status = {};
+    const bool known = ::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+    progress_ = !options.quiet;
+    if (progress_)
+        progress::Begin(known ? static_cast<std::uint64_t>(status.st_size) : 0);
+}
+
 Input::~Input()
 {
+    if (progress_)
+        progress::Erase();
     if (descriptor_ != STDIN_FILENO)
         ::close(descriptor_);
 }
@@ -42,9 +55,11 @@ std::size_t Input::Read(std::uint8_t* to, std::size_t size)
         got = ::read(descriptor_, to, size);
     } while (got < 0 && errno == EINTR);
     if (got < 0)
-        FailWithErrno(name_);
+        FailWithErrno(bytesRead_ == 0 ? name_ : fmt::format("{}: at byte {}", name_, bytesRead_));
     ended_ = got == 0;
     bytesRead_ += static_cast<std::uint64_t>(got);
+    if (progress_)
+        progress::Show(bytesRead_);
     return static_cast<std::size_t>(got);
 }
 

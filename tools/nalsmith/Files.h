@@ -2,6 +2,8 @@
 // A file or the standard input, read from front to back.
 #pragma once
 
+#include "StreamOptions.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -13,6 +15,8 @@ class Input {
 public:
     // A path of "-" is the standard input.
     explicit Input(const std::string& path);
+    // FILE of a command. On a terminal it shows how far reading has come, unless told to be quiet.
+    explicit Input(const StreamOptions& options);
     ~Input();
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
@@ -28,6 +32,7 @@ public:
 private:
     std::string name_;
     int descriptor_;
+    bool progress_ = false;
     bool ended_ = false;
     std::uint64_t bytesRead_ = 0;
 };

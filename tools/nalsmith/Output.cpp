@@ -2,11 +2,16 @@
 #include "Output.h"
 
 #include "Failure.h"
+#include "Progress.h"
+
+#include <fmt/color.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <system_error>
+#include <unistd.h>
 
 namespace host {
 namespace {
@@ -19,9 +24,31 @@ constexpr int kNameWidth = 18;
 }
 
 // File names need not be UTF-8, JSON must be.
-std::string Dump(const Json& json, int indent)
+std::string Dump(const Json& json)
 {
-    return json.dump(indent, ' ', false, Json::error_handler_t::replace) + '\n';
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+// Colour is for people who look on, and have not asked for none.
+bool Coloured(int descriptor)
+{
+    const char* const none = std::getenv("NO_COLOR");
+    return (none == nullptr || *none == '\0') && ::isatty(descriptor) != 0;
+}
+
+bool OutputColoured()
+{
+    static const bool coloured = Coloured(STDOUT_FILENO);
+    return coloured;
+}
+
+void Say(std::string_view message, std::string_view prefix, fmt::terminal_color colour)
+{
+    progress::Erase();
+    const std::string start =
+        Coloured(STDERR_FILENO) ? fmt::format(fmt::fg(colour), "{}", prefix) : std::string(prefix);
+    const std::string line = start + " " + Printable(message) + '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 } // namespace
@@ -30,6 +57,7 @@ namespace output {
 
 void Write(std::string_view text)
 {
+    progress::GiveWay();
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
         FailWithErrno();
 }
@@ -43,7 +71,10 @@ void Line(std::string line)
 
 void Heading(std::string_view text)
 {
-    Line(std::string(text));
+    if (!text.empty() && text.front() == '\n')
+        Line({});
+    text.remove_prefix(!text.empty() && text.front() == '\n' ? 1 : 0);
+    Line(OutputColoured() ? fmt::format(fmt::emphasis::bold, "{}", text) : std::string(text));
 }
 
 void Row(std::string_view name, std::string_view value)
@@ -53,19 +84,23 @@ void Row(std::string_view name, std::string_view value)
 
 void JsonLine(const Json& json)
 {
-    Write(Dump(json, -1));
-}
-
-void JsonDocument(const Json& json)
-{
-    Write(Dump(json, 2));
+    Write(Dump(json));
 }
 
 void Remark(std::string_view text)
 {
     const std::string lines = std::string(text) + '\n';
     Finish(); // what has been printed comes first
+    progress::Erase();
     std::fwrite(lines.data(), 1, lines.size(), stderr);
+}
+
+void Counts(const StreamOptions& options, std::string_view text, const Json& json)
+{
+    if (options.json)
+        JsonLine(json);
+    if (!options.quiet)
+        Remark(text);
 }
 
 void Finish()
@@ -78,8 +113,18 @@ void Finish()
 
 void Complain(std::string_view message)
 {
-    const std::string line = "nalsmith: " + Printable(message) + '\n';
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    Say(message, "nalsmith:", fmt::terminal_color::red);
+}
+
+void Warn(std::string_view message)
+{
+    Say(message, "nalsmith: warning:", fmt::terminal_color::yellow);
+}
+
+std::string Alarming(std::string_view text, std::size_t width)
+{
+    std::string padded = fmt::format("{:<{}}", text, width);
+    return OutputColoured() ? fmt::format(fmt::fg(fmt::terminal_color::red), "{}", padded) : padded;
 }
 
 std::string Count(std::uint64_t number, std::string_view noun)

@@ -2,10 +2,9 @@
 #include "OutputFile.h"
 
 #include "Failure.h"
+#include "Unfinished.h"
 
 #include <cerrno>
-#include <climits>
-#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,62 +12,8 @@
 #include <unistd.h>
 
 namespace host {
-namespace {
 
-// The temporary file, for a signal that ends the run.
-char unfinished[PATH_MAX];
-
-constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM};
-
-extern "C" void RemoveUnfinished(int signal)
-{
-    if (unfinished[0] != '\0')
-        ::unlink(unfinished);
-    std::signal(signal, SIG_DFL);
-    std::raise(signal);
-}
-
-// Keeps the signals that end a run waiting.
-class SignalsHeld {
-public:
-    SignalsHeld()
-    {
-        sigset_t ending;
-        sigemptyset(&ending);
-        for (const int signal : kEndingSignals)
-            sigaddset(&ending, signal);
-        sigprocmask(SIG_BLOCK, &ending, &before_);
-    }
-    ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsHeld(const SignalsHeld&) = delete;
-    SignalsHeld& operator=(const SignalsHeld&) = delete;
-
-private:
-    sigset_t before_ = {};
-};
-
-void SetUnfinished(const std::string& path)
-{
-    unfinished[path.copy(unfinished, sizeof unfinished - 1)] = '\0';
-}
-
-// A signal that is ignored, as under nohup, stays ignored.
-void HandleEndingSignals()
-{
-    for (const int signal : kEndingSignals)
-        if (std::signal(signal, RemoveUnfinished) == SIG_IGN)
-            std::signal(signal, SIG_IGN);
-}
-
-// The permissions that a new file gets.
-mode_t DefaultMode()
-{
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    return 0666 & ~mask;
-}
-
-} // namespace
+using unfinished::SignalsHeld;
 
 OutputFile::OutputFile(const std::string& path) : name_(path == "-" ? "standard output" : path), target_(path)
 {
@@ -96,7 +41,7 @@ void OutputFile::Open()
     }
     if (exists && (::access(target_.c_str(), W_OK) != 0 || !FollowLinks()))
         return;
-    OpenBeside(exists ? existing.st_mode & 0777 : DefaultMode());
+    OpenBeside(exists ? existing.st_mode & 0777 : unfinished::DefaultMode(0666));
 }
 
 // A link stays, and points to the new file.
@@ -123,7 +68,7 @@ void OutputFile::Discard()
     if (!temporary_.empty())
         ::unlink(temporary_.c_str());
     temporary_.clear();
-    SetUnfinished({});
+    unfinished::SetNone();
 }
 
 void OutputFile::OpenBeside(unsigned mode)
@@ -132,22 +77,21 @@ void OutputFile::OpenBeside(unsigned mode)
     std::string path = folder + ".nalsmith-XXXXXX";
 
     const SignalsHeld held;
-    HandleEndingSignals();
     const int descriptor = ::mkostemp(path.data(), O_CLOEXEC);
     if (descriptor < 0)
         return;
     temporary_ = path;
-    SetUnfinished(temporary_);
+    unfinished::SetFile(temporary_);
     // A file system without permissions may refuse, which does no harm.
     static_cast<void>(::fchmod(descriptor, mode));
     file_ = ::fdopen(descriptor, "wb");
 }
 
-void OutputFile::Write(ByteView bytes)
+void OutputFile::Write(nalsmith::BytesView bytes)
 {
-    if (std::fwrite(bytes.data, 1, bytes.size, file_) != bytes.size)
+    if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size())
         Fail(errno);
-    bytesWritten_ += bytes.size;
+    bytesWritten_ += bytes.size();
 }
 
 void OutputFile::Commit()
@@ -159,7 +103,7 @@ void OutputFile::Commit()
     if (std::rename(temporary_.c_str(), target_.c_str()) != 0)
         Fail(errno);
     temporary_.clear();
-    SetUnfinished({});
+    unfinished::SetNone();
 }
 
 // Only now it is known that everything could be written.

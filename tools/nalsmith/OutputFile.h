@@ -6,7 +6,7 @@
 // What is no regular file (a pipe, a device, the standard output) is written to as it is.
 #pragma once
 
-#include "Bytes.h"
+#include <nalsmith/bytes.hpp>
 
 #include <cstdint>
 #include <cstdio>
@@ -24,7 +24,7 @@ public:
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    void Write(ByteView bytes);
+    void Write(nalsmith::BytesView bytes);
 
     // All is written: gives the file its name.
     void Commit();

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The parameter sets that a stream carries.
+// The distinct parameter sets that a stream carries.
 #pragma once
 
-#include "Bytes.h"
-
-#include <nalsmith/nalsmith.h>
+#include <nalsmith/parameter_sets.hpp>
 
 #include <cstdint>
 #include <map>
@@ -13,26 +11,30 @@
 
 namespace host {
 
-struct ParameterSet {
+struct SentSet {
     const char* kind;   // "VPS", "SPS", "PPS"
     std::uint32_t id;   // the one under which others refer to it
     std::size_t size;   // bytes, without start code and without zero bytes behind the NAL unit
     std::uint64_t sent; // how often the stream carries it, byte for byte
 };
 
-// Collects the distinct ones, in order of appearance. Keeps a hash of each, not its bytes.
-class ParameterSets {
-public:
-    // Takes in a NAL unit, start code included, of whatever type. True for a parameter set that was not there
-    // before: the last of All().
-    bool Add(VideoCodecType codec, ByteView nal);
+// "VPS", "SPS", "PPS".
+const char* NameOf(nalsmith::ParameterSetKind kind);
 
-    const std::vector<ParameterSet>& All() const { return sets_; }
+// Collects them in order of appearance. Keeps a hash of each, not its bytes.
+class SentSets {
+public:
+    // Takes in a NAL unit of whatever type. True for a parameter set that was not there before: the last of
+    // All(). Those of H.265 layers above the base, and those without an id, are left out.
+    bool Add(const nalsmith::NalUnit& nal);
+
+    const std::vector<SentSet>& All() const { return sets_; }
 
 private:
-    using Identity = std::tuple<unsigned, std::uint32_t, std::size_t, std::uint64_t>; // type, id, size, hash
+    // kind, id, size, hash
+    using Identity = std::tuple<nalsmith::ParameterSetKind, std::uint32_t, std::size_t, std::uint64_t>;
 
-    std::vector<ParameterSet> sets_;
+    std::vector<SentSet> sets_;
     std::map<Identity, std::size_t> places_;
 };
 

@@ -4,54 +4,37 @@
 #pragma once
 
 #include "Files.h"
+#include "Output.h"
 #include "OutputFile.h"
-#include "RawAccessUnits.h"
 #include "StreamOptions.h"
-#include "StreamReader.h"
+#include "UnitReader.h"
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace host {
 
-struct CopyOptions : StreamOptions {
-    std::string output;
-};
-
-// FILE, --codec and -o.
-void AddCopyOptions(CLI::App& parser, CopyOptions& options);
-
-struct CopiedUnit {
-    std::uint64_t index;
-    bool key;
-    std::vector<RawNal> nals; // as the file holds them
-};
-
 class StreamCopy {
 public:
-    explicit StreamCopy(const CopyOptions& options);
+    explicit StreamCopy(const CopyOptions& options, bool selfContained = false);
 
-    VideoCodecType Codec() const { return reader_.Codec(); }
-    const std::string& InputName() const { return input_.Name(); }
+    nalsmith::Codec Codec() const { return reader_.Codec(); }
 
     // The next access unit, all of whose bytes are to be written; null at the end. Valid until the next call.
-    const CopiedUnit* Next();
-    void Write(ByteView bytes) { output_.Write(bytes); }
-    void WriteUnchanged(const CopiedUnit& unit);
+    const nalsmith::AccessUnit* Next() { return reader_.Next(); }
+    const std::vector<nalsmith::NalUnit>& Nals() const { return reader_.Nals(); }
+    void Write(nalsmith::BytesView bytes) { output_.Write(bytes); }
 
-    std::uint64_t AccessUnits() const { return accessUnits_; }
+    std::uint64_t AccessUnits() const { return reader_.Units(); }
 
-    // Completes the output, and tells `counts` and the bytes that went in and out.
-    void Finish(const std::string& counts);
+    // Completes the output. Tells `counts`, in words or in JSON, and the bytes that went in and out.
+    void Finish(const std::string& counts, Json json);
 
 private:
+    const CopyOptions& options_;
     Input input_;
     OutputFile output_;
-    StreamReader reader_;
-    RawAccessUnits nals_;
-    CopiedUnit unit_ = {};
-    std::uint64_t accessUnits_ = 0;
+    UnitReader reader_;
 };
 
 } // namespace host

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The command-line options that the commands on a stream share.
+// The command-line options that all commands share.
 #pragma once
 
-#include <nalsmith/nalsmith.h>
+#include <nalsmith/bytes.hpp>
 
 #include <CLI/App.hpp>
 
@@ -16,15 +16,24 @@ struct StreamOptions {
     std::string file;
     std::string codec; // empty: to be guessed
     bool json = false;
+    bool quiet = false;
 
-    std::optional<VideoCodecType> Codec() const;
+    std::optional<nalsmith::Codec> Codec() const;
 };
 
-// FILE and --codec, and --json. `options` is filled in when the command line is parsed.
-void AddStreamOptions(CLI::App& parser, StreamOptions& options);
-CLI::Option* AddJsonOption(CLI::App& parser, StreamOptions& options);
+// FILE, --codec, --json and --quiet. `options` is filled in when the command line is parsed.
+void AddStreamOptions(CLI::App& parser, StreamOptions& options, const std::string& json = "Print JSON");
 
-// All three, for a command that has no others.
+// For a command that has no others.
 std::shared_ptr<const StreamOptions> AddStreamOptions(CLI::App& parser);
+
+// With -o, for a command that writes a file. With --json it prints its counts.
+struct CopyOptions : StreamOptions {
+    std::string output;
+};
+void AddCopyOptions(CLI::App& parser, CopyOptions& options);
+
+// Ends the run where both JSON and the file would go to the standard output.
+void RequireOneOutput(const CopyOptions& options);
 
 } // namespace host

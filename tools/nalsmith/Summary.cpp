@@ -3,11 +3,6 @@
 
 namespace host {
 
-void Summary::AddNalUnit(VideoCodecType codec, ByteView nal)
-{
-    parameterSets_.Add(codec, nal);
-}
-
 void Summary::AddAccessUnit(const VideoInfo& unit)
 {
     const std::uint64_t index = sizes_.size();

@@ -2,7 +2,6 @@
 // Everything that `nalsmith info` tells of a stream, collected access unit by access unit.
 #pragma once
 
-#include "Bytes.h"
 #include "ParameterSets.h"
 #include "Sequence.h"
 
@@ -23,7 +22,7 @@ struct SequencePeriods {
 // Memory grows by four bytes for each access unit.
 class Summary {
 public:
-    void AddNalUnit(VideoCodecType codec, ByteView nal); // start code included
+    void AddNalUnit(const nalsmith::NalUnit& nal) { parameterSets_.Add(nal); }
     void AddAccessUnit(const VideoInfo& unit);
 
     std::uint64_t KeyFrames() const { return keyFrames_; }
@@ -36,7 +35,7 @@ public:
 
     // The distinct ones, in order of appearance.
     const std::vector<SequencePeriods>& Sequences() const { return sequences_; }
-    const std::vector<ParameterSet>& ParameterSetsSeen() const { return parameterSets_.All(); }
+    const std::vector<SentSet>& ParameterSetsSeen() const { return parameterSets_.All(); }
 
 private:
     void AddKeyFrame(std::uint64_t index);
@@ -49,7 +48,7 @@ private:
     std::vector<SequencePeriods> sequences_;
     std::map<SequenceKey, std::size_t> places_; // in sequences_
     std::size_t inForce_ = 0;                   // in sequences_
-    ParameterSets parameterSets_;
+    SentSets parameterSets_;
 };
 
 } // namespace host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The command line of nalsmith: the table of its commands, and how a run ends.
+// The command line of nalsmith, and how a run ends.
 #include "Commands.h"
 #include "Output.h"
 
@@ -13,16 +13,14 @@
 namespace host {
 namespace {
 
-constexpr Command (*kCommands[])(CLI::App& program) = {
-    MakeInfoCommand,   MakeUnitsCommand,       MakeNalsCommand,        MakeCheckCommand,
-    MakeParamsCommand, MakeUserdataAddCommand, MakeUserdataGetCommand, MakeUserdataRemoveCommand,
-};
-
 // Help and version are printed, everything else is one line of complaint.
 ExitStatus EndAtCommandLine(const CLI::App& program, const CLI::ParseError& error)
 {
     if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
-        Complain(fmt::format("{} (nalsmith --help tells more)", error.what()));
+        const std::vector<std::string> rest = program.remaining();
+        const bool unknown = !rest.empty() && program.get_subcommands().empty();
+        Complain(fmt::format("{} (nalsmith --help tells more)",
+                             unknown ? rest.front() + ": no such command" : std::string(error.what())));
         return ExitStatus::WrongUsage;
     }
     std::ostringstream text;
@@ -33,17 +31,8 @@ ExitStatus EndAtCommandLine(const CLI::App& program, const CLI::ParseError& erro
 
 ExitStatus RunCommandLine(int argc, char** argv)
 {
-    CLI::App program("Access units, NAL units, parameter sets and user data of H.264 and H.265 byte streams",
-                     "nalsmith");
-    program.set_version_flag("--version", "nalsmith " NALSMITH_VERSION);
-    program.require_subcommand(1);
-    program.footer(
-        "Example:\n  nalsmith info movie.h264\n\n"
-        "Exit status: 0 done, 1 something found, 2 wrong usage, 3 the input cannot be read or is no\n"
-        "such stream, 4 the output cannot be written.");
-    std::vector<Command> commands;
-    for (const auto make : kCommands)
-        commands.push_back(make(program));
+    CLI::App program(kProgramDescription, kProgramName);
+    const std::vector<Command> commands = AddCommands(program);
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

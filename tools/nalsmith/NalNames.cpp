@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "NalHeader.h"
-
-#include "NalCutter.h"
+#include "NalNames.h"
 
 #include <array>
 #include <fmt/format.h>
@@ -69,68 +67,18 @@ std::string HevcName(unsigned type)
     return fmt::format("{}{}", prefix, type);
 }
 
-constexpr bool InRange(unsigned type, unsigned first, unsigned last)
-{
-    return type >= first && type <= last;
-}
-
-constexpr NalRole AvcRole(unsigned type)
-{
-    if (type == 1 || type == 2 || type == 5)
-        return NalRole::Slice;
-    return InRange(type, 6, 9) || InRange(type, 14, 18) ? NalRole::Opener : NalRole::Trailing;
-}
-
-// Types 22 and 23 are reserved for IRAP pictures and read like them.
-constexpr NalRole HevcRole(unsigned type)
-{
-    if (InRange(type, 0, 9) || InRange(type, 16, 23))
-        return NalRole::Slice;
-    const bool opens = InRange(type, 32, 35) || type == 39 || InRange(type, 41, 44) || InRange(type, 48, 55);
-    return opens ? NalRole::Opener : NalRole::Trailing;
-}
-
 } // namespace
 
-std::optional<NalHeader> ReadNalHeader(VideoCodecType codec, ByteView nal)
+std::string NalTypeName(nalsmith::Codec codec, unsigned nal_unit_type)
 {
-    const ByteView unit = WithoutStartCode(nal);
-    if (unit.size == 0)
-        return std::nullopt;
-    NalHeader header;
-    const unsigned first = unit.data[0];
-    header.forbidden_zero_bit = (first & 0x80) != 0;
-    if (codec == VideoCodecAVC) {
-        header.nal_ref_idc = first >> 5 & 3;
-        header.nal_unit_type = first & 31;
-        return header;
-    }
-    header.nal_unit_type = first >> 1 & 63;
-    if (unit.size > 1) {
-        header.nuh_layer_id = (first & 1) << 5 | unit.data[1] >> 3;
-        header.nuh_temporal_id_plus1 = unit.data[1] & 7;
-    }
-    return header;
+    return codec == nalsmith::Codec::h264 ? kAvcNames.at(nal_unit_type) : HevcName(nal_unit_type);
 }
 
-std::string NalTypeName(VideoCodecType codec, unsigned nal_unit_type)
+std::string PictureTypeName(VideoPicType type)
 {
-    return codec == VideoCodecAVC ? kAvcNames.at(nal_unit_type) : HevcName(nal_unit_type);
-}
-
-NalRole RoleOf(VideoCodecType codec, unsigned nal_unit_type)
-{
-    return codec == VideoCodecAVC ? AvcRole(nal_unit_type) : HevcRole(nal_unit_type);
-}
-
-bool IsParameterSet(VideoCodecType codec, unsigned nal_unit_type)
-{
-    return codec == VideoCodecAVC ? InRange(nal_unit_type, 7, 8) : InRange(nal_unit_type, 32, 34);
-}
-
-bool IsSei(VideoCodecType codec, unsigned nal_unit_type)
-{
-    return nal_unit_type == (codec == VideoCodecAVC ? 6U : 39U);
+    constexpr std::array<const char*, 10> kNames = {"P",     "B",     "I",     "SP",     "SI",
+                                                    "all P", "all B", "all I", "all SP", "all SI"};
+    return type >= 0 ? kNames.at(static_cast<std::size_t>(type)) : "";
 }
 
 } // namespace host

@@ -109,10 +109,10 @@ std::string ZshArgument(const CLI::Option& option)
     if (option.get_positional())
         return "        " + Quoted(":" + option.get_single_name() + ":" + action) + " \\\n";
     std::string lines;
-    for (const std::string& name : NamesOf(option))
-        lines += "        " +
-                 Quoted(name + "[" + description + "]" + (TakesValue(option) ? ":value:" + action : "")) +
-                 " \\\n";
+    for (const std::string& name : NamesOf(option)) {
+        const std::string value = TakesValue(option) ? ":value:" + action : "";
+        lines += fmt::format("        {} \\\n", Quoted(fmt::format("{}[{}]{}", name, description, value)));
+    }
     return lines;
 }
 
@@ -192,9 +192,11 @@ std::string FishCompletion(const CLI::App& program)
         std::string others;
         for (const CLI::App* command : commands)
             others += " " + command->get_name();
-        const std::string condition = before.empty() ? "__fish_use_subcommand"
-                                                     : "__fish_seen_subcommand_from " + before +
-                                                           "; and not __fish_seen_subcommand_from" + others;
+        const std::string condition =
+            before.empty()
+                ? std::string("__fish_use_subcommand")
+                : fmt::format("__fish_seen_subcommand_from {}; and not __fish_seen_subcommand_from{}", before,
+                              others);
         for (const CLI::App* command : commands)
             script += fmt::format("complete -c nalsmith -n {} -f -a {} -d {}\n", Quoted(condition),
                                   command->get_name(), Quoted(command->get_description()));

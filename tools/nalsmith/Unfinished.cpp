@@ -38,7 +38,7 @@ void RemoveFolder()
 {
     static char file[PATH_MAX + kNameRoom];
     const std::size_t size = std::strlen(path);
-    std::memcpy(file, path, size);
+    std::memcpy(file, path, size + 1);
     for (std::uint64_t i = 0; i < filesInFolder; ++i) {
         WriteName(file + size, i, fileEnding);
         ::unlink(file);

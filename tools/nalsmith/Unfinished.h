@@ -21,8 +21,8 @@ private:
 };
 
 // One at a time; both with the signals held. A signal that is ignored, as under nohup, stays ignored.
-void SetFile(const std::string& path);
-void SetFolder(const std::string& path, const char* ending);
+void SetFile(const std::string& file);
+void SetFolder(const std::string& folder, const char* ending);
 void SetNone();
 
 // So many files the folder may hold by now: those that NumberedFile() names from 0 on.

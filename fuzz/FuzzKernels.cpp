@@ -2,32 +2,9 @@
 // Zero pairs, start codes and emulation prevention against loops that go byte by byte.
 // NALSMITH_PLANTED_READ reads behind a buffer, to see that the fuzzer notices.
 #include "Invariants.h"
-#include "parser/bitstream/ZeroPairs.h"
+#include "Kernels.h"
 
 namespace {
-
-std::size_t ZeroPair(const Bytes& bytes)
-{
-    for (std::size_t i = 0; i + 1 < bytes.size(); ++i)
-        if (bytes[i] == 0 && bytes[i + 1] == 0)
-            return i;
-    return bytes.size();
-}
-
-using Kernel = std::size_t (*)(const u8*, std::size_t);
-
-std::vector<Kernel> Kernels()
-{
-    std::vector<Kernel> kernels = {bitstream::FindZeroPair, bitstream::FindZeroPairPortable};
-#if defined(__x86_64__)
-    kernels.push_back(bitstream::FindZeroPairSse2);
-    if (__builtin_cpu_supports("avx2"))
-        kernels.push_back(bitstream::FindZeroPairAvx2);
-#elif defined(__aarch64__)
-    kernels.push_back(bitstream::FindZeroPairNeon);
-#endif
-    return kernels;
-}
 
 const u8* StartCodeIn(const u8* data, u32 size)
 {
@@ -44,10 +21,11 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size)
 {
     const Bytes bytes(data, data + size);
     const auto exact = bytes.Exact();
-    for (const Kernel find : Kernels())
-        REQUIRE(find(exact.get(), size) == ZeroPair(bytes));
+    const auto pair = std::search_n(bytes.begin(), bytes.end(), 2, u8{0}) - bytes.begin();
+    for (const Kernel& kernel : KernelsHere())
+        REQUIRE(kernel.find(exact.get(), size) == static_cast<std::size_t>(pair));
 
-    const std::size_t code = fuzz::StartCode(bytes, 0);
+    const std::size_t code = StartCode(bytes);
     REQUIRE(StartCodeIn(exact.get(), bytes.Size()) == (code < size ? exact.get() + code : nullptr));
 
     CParseAVCParams parser;
@@ -55,14 +33,14 @@ extern "C" int LLVMFuzzerTestOneInput(const u8* data, std::size_t size)
     u8* out = nullptr;
     u32 outSize = 77;
     REQUIRE(parser.GetRbspData(exact.get(), bytes.Size(), &out, &outSize) == 0);
-    REQUIRE(Bytes(out, out + outSize) == fuzz::Unescaped(bytes));
+    REQUIRE(Bytes(out, out + outSize) == WithoutEmulationPrevention(bytes));
 
     const auto room = Bytes(size + size / 2, 0xEE).Exact(); // three for every two at worst
     u32 written = 0;
     REQUIRE(CParserBase::AddEscape(exact.get(), bytes.Size(), room.get(), &written) == 0);
     const Bytes escaped(room.get(), room.get() + written);
     REQUIRE(escaped == WithEmulationPrevention(bytes));
-    REQUIRE(fuzz::Unescaped(escaped + "80"_bytes) == bytes + "80"_bytes);
+    REQUIRE(WithoutEmulationPrevention(escaped + "80"_bytes) == bytes + "80"_bytes);
     parser.Release();
     return 0;
 }

@@ -165,10 +165,10 @@ private:
         }
         if (OneIn(3))
             sps.lt_ref_pic_poc_lsb_sps = std::vector<u32>(Count(33), 5);
-        sps.vui = Maybe(hevctest::Vui{.aspect_ratio_idc = OneIn(2) ? 255 : Any(255),
-                                      .signal = Signal(),
-                                      .def_disp_win = Cropping(),
-                                      .timing = Timing()});
+        sps.vui = Maybe(avctest::Vui{.aspect_ratio_idc = OneIn(2) ? 255 : Any(255),
+                                     .signal = Signal(),
+                                     .timing = Timing(),
+                                     .def_disp_win = Cropping()});
         return sps;
     }
 

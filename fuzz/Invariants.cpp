@@ -34,7 +34,7 @@ bool IsRegular(const Format& format, const std::vector<Bytes>& units)
                if (TypeOf(format, unit) == format.sei ? !MessageTypes(format, unit) : unit.back() == 0)
                    return false;
                const Bytes inside = unit.From(3, unit.size() - 3) + "ff ff ff ff"_bytes;
-               return StartCode(inside, 0) == inside.size();
+               return StartCode(inside) == inside.size();
            });
 }
 
@@ -46,7 +46,7 @@ std::vector<Bytes> WithoutSei(const Format& format, std::vector<Bytes> units)
 
 void CheckRemoved(const Format& format, const std::vector<Bytes>& before, const Bytes& frame)
 {
-    const std::vector<Bytes> units = Cut(frame);
+    const std::vector<Bytes> units = SplitNalUnits(frame);
     REQUIRE(Join(units) == frame);
     for (const Bytes& unit : units) {
         if (TypeOf(format, unit) != format.sei)
@@ -62,7 +62,7 @@ void CheckRemoved(const Format& format, const std::vector<Bytes>& before, const 
 
 void CheckStream(VideoCodecType codec, u32 queueCount, u32 bufferSize, const Bytes& piece)
 {
-    const std::vector<Bytes> units = Cut(piece);
+    const std::vector<Bytes> units = SplitNalUnits(piece);
     const ParsingHandle whole(codec, queueCount, bufferSize), single(codec, queueCount, bufferSize);
     Last atOnce, oneByOne;
     const Reported report = Fed(whole, &piece);
@@ -98,7 +98,7 @@ void CheckPieces(VideoCodecType codec, u32 queueCount, u32 bufferSize, const Byt
 void CheckUserData(const Format& format, const Bytes& frame, const Bytes& data)
 {
     const UserDataHandle handle(format.codec);
-    const std::vector<Bytes> units = Cut(frame);
+    const std::vector<Bytes> units = SplitNalUnits(frame);
     const bool regular = IsRegular(format, units);
     const Edited before = Found(handle, frame);
     REQUIRE(before.status == (frame.size() > 4 && units.empty() ? -1 : 0));
@@ -131,7 +131,7 @@ void CheckUserData(const Format& format, const Bytes& frame, const Bytes& data)
     REQUIRE(!none || (found.at != nullptr && found.size == data.size()));
     const Edited again = handle.Remove(with);
     REQUIRE(again.status == 0 && again.Content() == removed);
-    REQUIRE(WithoutSei(format, Cut(with)) == WithoutSei(format, units));
+    REQUIRE(WithoutSei(format, SplitNalUnits(with)) == WithoutSei(format, units));
 }
 
 } // namespace fuzz

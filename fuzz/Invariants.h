@@ -28,32 +28,6 @@ inline void Touch(const void* data, std::size_t size)
         static_cast<void>(bytes[i]);
 }
 
-// Where the first start code begins; the size when there is none. In the last four bytes none is seen.
-inline std::size_t StartCode(const Bytes& p, std::size_t from)
-{
-    for (std::size_t i = from; i + 4 < p.size(); ++i)
-        if (p[i] == 0 && p[i + 1] == 0 && (p[i + 2] == 1 || (p[i + 2] == 0 && p[i + 3] == 1)))
-            return i;
-    return p.size();
-}
-
-inline std::size_t CodeSize(const Bytes& unit)
-{
-    return unit[2] == 1 ? 3 : 4;
-}
-
-inline std::vector<Bytes> Cut(const Bytes& piece)
-{
-    std::vector<Bytes> units;
-    std::size_t at = StartCode(piece, 0);
-    while (piece.size() - at > 4) {
-        const std::size_t next = StartCode(piece, at + (piece[at + 2] == 1 ? 3 : 4));
-        units.push_back(piece.From(at, next - at));
-        at = next;
-    }
-    return units;
-}
-
 // Whether each NAL unit, handed in alone, says what it says among the others.
 inline bool StandsAlone(const std::vector<Bytes>& units)
 {
@@ -62,21 +36,10 @@ inline bool StandsAlone(const std::vector<Bytes>& units)
     });
 }
 
-inline Bytes Unescaped(const Bytes& in)
-{
-    Bytes out;
-    for (std::size_t i = 0; i < in.size();) {
-        const bool drops = in.size() - i >= 4 && in[i] == 0 && in[i + 1] == 0 && in[i + 2] == 3;
-        out.insert(out.end(), &in[i], &in[i] + (drops ? 2 : 1));
-        i += drops ? 3 : 1;
-    }
-    return out;
-}
-
 // The payload types of an SEI NAL unit whose messages fill it up to the stop byte; none for any other.
 inline std::optional<std::vector<u64>> MessageTypes(const userdatatest::Format& format, const Bytes& unit)
 {
-    Bytes payload = Unescaped(unit);
+    Bytes payload = WithoutEmulationPrevention(unit);
     while (!payload.empty() && payload.back() == 0)
         payload.pop_back();
     std::size_t at = CodeSize(unit) + format.Header(0).size();

@@ -160,7 +160,7 @@ private:
             REQUIRE(status == (Avc() ? -1 : 0) && count == kUnwritten && sizes == &count);
             return;
         }
-        const std::vector<Bytes> units = Cut(input);
+        const std::vector<Bytes> units = SplitNalUnits(input);
         REQUIRE(status == (input.size() > 4 && units.empty() ? -1 : 0) && count == units.size());
         for (u32 i = 0; i < count; ++i)
             REQUIRE(units[i] == Bytes(nals[i], nals[i] + sizes[i]));
@@ -186,7 +186,7 @@ private:
             return;
         }
         Bytes last[2];
-        for (const Bytes& unit : Cut(input))
+        for (const Bytes& unit : SplitNalUnits(input))
             if (unit.size() > CodeSize(unit) && unit.size() <= 1024)
                 if (const u32 type = unit[CodeSize(unit)] & 0x1F; type == 7 || type == 8)
                     last[type - 7] = unit;

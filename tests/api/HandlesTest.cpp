@@ -24,85 +24,80 @@ TEST(Handles, AreMadeAndReleasedForEachCodecAndNoOther)
     }
 }
 
-TEST(Handles, NullOnesAreRefusedByEveryFunction)
-{
+// Where every function answers, and whether any did.
+struct Outputs {
     VideoInfo info = UnwrittenInfo();
     VideoInfoEx verdict = {7, 7, 7};
     VideoPicType type = VideoPicTypeAllSI;
-    ParameterSetData sets = {};
     u8 byte = 0, *nal = &byte, **nals = &nal;
+    ParameterSetData sets = {&byte, 7, &byte, 7, &byte, 7};
     const u8* out = &byte;
     u32 size = 7, *sizes = &size;
     bool isSlice = true;
-    const Status statuses[] = {ParseCreate(nullptr, VideoCodecAVC, 0, 0),
-                               ParseRelease(nullptr),
-                               SetParameterSetData(nullptr, &byte, 1, &byte, 1),
-                               GetParameterSetData(nullptr, &byte, 1, &sets),
-                               ParseVideoParams(nullptr, &byte, 1, &info),
-                               VideoSampleTest(nullptr, &byte, 1, &verdict),
-                               QueryType(nullptr, &byte, 1, type),
-                               SetVideoData(nullptr, &byte, 1),
-                               GetNalUnit(nullptr, &nal, &size, &isSlice, &size),
-                               GetNalFromFrame(nullptr, &byte, 1, &size, &nals, &sizes),
-                               UserDataCreate(nullptr, VideoCodecAVC),
-                               UserDataRelease(nullptr),
-                               AddUserData(nullptr, &byte, 1, &byte, 1, &out, &size),
-                               GetUserData(nullptr, &byte, 1, &out, &size),
-                               RemoveUserData(nullptr, &byte, 1, &out, &size)};
-    EXPECT_EQ(std::count(std::begin(statuses), std::end(statuses), -1), 15);
-    EXPECT_TRUE(AllFieldsAre(kUnwritten, info) && verdict.discontinuity == 7 && type == VideoPicTypeAllSI);
-    EXPECT_TRUE(nal == &byte && out == &byte && nals == &nal && sizes == &size && size == 7 && isSlice);
-}
 
-TEST(Handles, BelongToTheirFamily)
+    Outputs() = default;
+    Outputs(const Outputs&) = delete;
+    bool Untouched() const
+    {
+        return AllFieldsAre(kUnwritten, info) && verdict.discontinuity == 7 && verdict.isFramePicture == 7 &&
+               verdict.intraPicture == 7 && type == VideoPicTypeAllSI && sets.vpsData == &byte &&
+               sets.spsSize == 7 && sets.ppsSize == 7 && nal == &byte && nals == &nal && out == &byte &&
+               size == 7 && sizes == &size && isSlice;
+    }
+};
+
+using Statuses = std::vector<Status>;
+
+Statuses Reading(void* handle, const Bytes& unit, Outputs& to)
 {
-    const ParsingHandle parsing;
-    void* userData = nullptr;
-    ASSERT_EQ(UserDataCreate(&userData, VideoCodecAVC), 0);
-    EXPECT_EQ(UserDataRelease(parsing.Get()), -1);
-    EXPECT_EQ(ParseRelease(userData), -1);
-    VideoInfo info = UnwrittenInfo();
-    EXPECT_EQ(ParseVideoParams(userData, nullptr, 0, &info), -1);
-    EXPECT_TRUE(AllFieldsAre(kUnwritten, info));
-
-    EXPECT_EQ(parsing.Feed(Sps{} + Pps{} + Slice{}).status, 0); // both are as before
-    EXPECT_EQ(parsing.Flush().frame, Sps{} + Pps{} + Slice{});
-    EXPECT_EQ(UserDataRelease(userData), 0);
+    return {ParseVideoParams(handle, unit.data(), unit.Size(), &to.info),
+            VideoSampleTest(handle, unit.data(), unit.Size(), &to.verdict),
+            QueryType(handle, unit.data(), unit.Size(), to.type)};
 }
 
-// The five that H.265 does not have answer 0 on any handle, and touch nothing either.
-TEST(Handles, EveryFunctionOfTheOtherKindTouchesNothing)
+// The five that H.265 does not have.
+Statuses TakingApart(void* handle, const Bytes& unit, Outputs& to)
+{
+    u8* const data = const_cast<u8*>(unit.data());
+    return {SetParameterSetData(handle, data, unit.Size(), data, unit.Size()),
+            GetParameterSetData(handle, data, unit.Size(), &to.sets), SetVideoData(handle, data, unit.Size()),
+            GetNalUnit(handle, &to.nal, &to.size, &to.isSlice, &to.size),
+            GetNalFromFrame(handle, data, unit.Size(), &to.size, &to.nals, &to.sizes)};
+}
+
+Statuses Editing(void* handle, const Bytes& unit, Outputs& to)
+{
+    return {AddUserData(handle, unit.data(), unit.Size(), unit.data(), unit.Size(), &to.out, &to.size),
+            GetUserData(handle, unit.data(), unit.Size(), &to.out, &to.size),
+            RemoveUserData(handle, unit.data(), unit.Size(), &to.out, &to.size)};
+}
+
+TEST(Handles, NullOnesAndThoseOfTheOtherKindTouchNothing)
 {
     const Bytes unit = Sps{} + Pps{} + Slice{};
-    u8* const data = const_cast<u8*>(unit.data());
-    const u32 size = unit.Size();
+    const Statuses three(3, -1), five(5, -1), zeros(5, 0);
+    Outputs to;
+    EXPECT_EQ(Reading(nullptr, unit, to), three);
+    EXPECT_EQ(TakingApart(nullptr, unit, to), five);
+    EXPECT_EQ(Editing(nullptr, unit, to), three);
+    EXPECT_TRUE(ParseCreate(nullptr, VideoCodecAVC, 0, 0) == -1 && ParseRelease(nullptr) == -1);
+    EXPECT_TRUE(UserDataCreate(nullptr, VideoCodecAVC) == -1 && UserDataRelease(nullptr) == -1);
+
     for (const VideoCodecType codec : {VideoCodecAVC, VideoCodecHEVC}) {
-        const Status ofFive = codec == VideoCodecAVC ? -1 : 0;
         const ParsingHandle parsing(codec);
         void* editor = nullptr;
         ASSERT_EQ(UserDataCreate(&editor, codec), 0);
-        VideoInfoEx verdict = {7, 7, 7};
-        VideoPicType type = VideoPicTypeAllSI;
-        ParameterSetData sets = {data, 7, data, 7, data, 7};
-        u8 *nal = data, **nals = &nal;
-        const u8* out = data;
-        u32 outSize = 7, *sizes = &outSize;
-        bool isSlice = true;
-        EXPECT_EQ(VideoSampleTest(editor, data, size, &verdict), -1);
-        EXPECT_EQ(QueryType(editor, data, size, type), -1);
-        EXPECT_EQ(SetParameterSetData(editor, data, size, data, size), ofFive);
-        EXPECT_EQ(GetParameterSetData(editor, data, size, &sets), ofFive);
-        EXPECT_EQ(SetVideoData(editor, data, size), ofFive);
-        EXPECT_EQ(GetNalUnit(editor, &nal, &outSize, &isSlice, &outSize), ofFive);
-        EXPECT_EQ(GetNalFromFrame(editor, data, size, &outSize, &nals, &sizes), ofFive);
-        EXPECT_EQ(AddUserData(parsing.Get(), data, size, data, size, &out, &outSize), -1);
-        EXPECT_EQ(GetUserData(parsing.Get(), data, size, &out, &outSize), -1);
-        EXPECT_EQ(RemoveUserData(parsing.Get(), data, size, &out, &outSize), -1);
-        EXPECT_TRUE(verdict.discontinuity == 7 && verdict.intraPicture == 7 && type == VideoPicTypeAllSI);
-        EXPECT_TRUE(sets.vpsData == data && sets.spsSize == 7 && nals == &nal && sizes == &outSize);
-        EXPECT_TRUE(nal == data && out == data && outSize == 7 && isSlice);
+        EXPECT_EQ(Reading(editor, unit, to), three);
+        EXPECT_EQ(TakingApart(editor, unit, to), codec == VideoCodecAVC ? five : zeros);
+        EXPECT_EQ(Editing(parsing.Get(), unit, to), three);
+        if (codec == VideoCodecHEVC) {
+            EXPECT_EQ(TakingApart(parsing.Get(), unit, to), zeros);
+            EXPECT_EQ(parsing.Hevc().spsNalSize, 0u);
+        }
+        EXPECT_TRUE(UserDataRelease(parsing.Get()) == -1 && ParseRelease(editor) == -1);
         EXPECT_EQ(UserDataRelease(editor), 0);
     }
+    EXPECT_TRUE(to.Untouched());
 }
 
 TEST(Handles, ArgumentsAreRefusedBeforeAnythingIsTouched)
@@ -140,19 +135,15 @@ TEST(Handles, ZeroSelectsSixSlotsOfAHundredThousandBytes)
 
 TEST(Handles, ReleasingAnObjectTwiceFreesOnce)
 {
-    CParseAVCParams parser;
-    ASSERT_EQ(parser.Create(), 0);
-    parser.Release();
-    EXPECT_TRUE(parser.queue == nullptr && parser.rbspBuffer == nullptr && parser.spsCopy == nullptr);
-    EXPECT_TRUE(parser.spsNal == nullptr && parser.ppsNal == nullptr && parser.vpsCopy == nullptr);
-    parser.Release();
-
-    ASSERT_EQ(parser.UserDataCreate(), 0);
-    EXPECT_TRUE(parser.userFrameBuffer != nullptr && parser.seiKeepBuffer != nullptr);
-    EXPECT_TRUE(parser.seiEscapeBuffer != nullptr && parser.rbspBuffer != nullptr);
-    parser.UserDataRelease();
-    EXPECT_TRUE(parser.userDataBuffer == nullptr && parser.removeFrameBuffer == nullptr);
-    parser.UserDataRelease();
+    CParseAVCParams parser, editor;
+    ASSERT_TRUE(parser.Create() == 0 && editor.UserDataCreate() == 0);
+    for (int times = 0; times < 2; ++times) {
+        parser.Release();
+        editor.UserDataRelease();
+        EXPECT_TRUE(parser.queue == nullptr && parser.rbspBuffer == nullptr && parser.spsCopy == nullptr);
+        EXPECT_TRUE(parser.spsNal == nullptr && parser.ppsNal == nullptr && parser.vpsCopy == nullptr);
+        EXPECT_TRUE(editor.userDataBuffer == nullptr && editor.removeFrameBuffer == nullptr);
+    }
 }
 
 } // namespace

@@ -118,17 +118,4 @@ TEST(Layout, KeptRecords)
     static_assert(std::is_signed_v<std::remove_extent_t<decltype(AvcSliceInfo::delta_pic_order_cnt)>>);
 }
 
-TEST(Layout, InitialValues)
-{
-    const CParseAVCParams parser;
-    EXPECT_TRUE(parser.userDataBufferSize == 1024 && parser.userFrameBufferSize == 3000000);
-    EXPECT_TRUE(parser.seiKeepBufferSize == 1024 && parser.seiEscapeBufferSize == 1024);
-    EXPECT_TRUE(parser.removeFrameBufferSize == 100000 && parser.rbspBufferSize == 1024);
-    EXPECT_TRUE(parser.spsCapacity == 10 && parser.ppsCapacity == 10 && parser.firstSlice == 1);
-    const CParseHEVCParams hevc;
-    EXPECT_TRUE(hevc.vpsCapacity == 10 && hevc.spsCapacity == 10 && hevc.ppsCapacity == 10);
-    EXPECT_TRUE(hevc.firstSlice == 1 && hevc.prevTid0Poc == 0 && hevc.picOrderCnt == 0);
-    EXPECT_TRUE(hevc.vpsNal == nullptr && hevc.currentSlot == nullptr && hevc.pendingSlot == nullptr);
-}
-
 } // namespace

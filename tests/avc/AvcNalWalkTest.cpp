@@ -83,19 +83,6 @@ TEST(AvcNalWalk, HandsOutEachUnitWhereItLies)
     EXPECT_TRUE(AllFieldsAre(0, handle.Flush().info));
 }
 
-TEST(AvcNalWalk, TellsSlicesByTheirType)
-{
-    for (u32 type = 0; type < 32; ++type) {
-        const ParsingHandle handle;
-        const Walk walk(Nal(type, "b8 80"_bytes, 1), handle);
-        const bool isSlice = type == 1 || type == 2 || type == 5;
-        const Met met = Next(handle);
-        EXPECT_TRUE(met.status == 0 && met.nal == walk.At(0) && met.size == 7);
-        EXPECT_EQ(met.isSlice, isSlice) << type;
-        EXPECT_EQ(met.sliceHeaderSize, isSlice ? 1u : 0u) << type;
-    }
-}
-
 TEST(AvcNalWalk, GoesOnBehindUnitsItDoesNotHandOut)
 {
     const Bytes bare = "00 00 01"_bytes, forbidden = "00 00 01 e1 80 80"_bytes;
@@ -111,19 +98,17 @@ TEST(AvcNalWalk, GoesOnBehindUnitsItDoesNotHandOut)
 
 TEST(AvcNalWalk, OfNothingEndsAtOnce)
 {
-    const ParsingHandle fresh;
-    EXPECT_TRUE(Next(fresh).Nothing());
+    const ParsingHandle handle;
+    EXPECT_TRUE(Next(handle).Nothing());
     for (const Bytes& empty : {Bytes{}, "00 00 01 65"_bytes, "41 9a 22 33 44 55 66"_bytes}) {
-        const Walk walk(empty, fresh);
-        EXPECT_TRUE(Next(fresh).Nothing() && Next(fresh).Nothing());
+        const Walk walk(empty, handle);
+        EXPECT_TRUE(Next(handle).Nothing() && Next(handle).Nothing());
     }
-    const Walk walk(kSets, fresh);
-    for (const u32 size : {0u, 1u, 100u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(SetVideoData(fresh.Get(), nullptr, size), 0);
-        EXPECT_TRUE(Next(fresh).Nothing());
+    Bytes sets = kSets;
+    for (const u32 size : {0u, 100u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(SetVideoData(handle.Get(), size == 0 ? sets.data() : nullptr, size), 0);
+        EXPECT_TRUE(Next(handle).Nothing());
     }
-    EXPECT_EQ(SetVideoData(fresh.Get(), walk.At(0), 0), 0);
-    EXPECT_TRUE(Next(fresh).Nothing());
 }
 
 TEST(AvcNalWalk, NullOutputsAreRefusedAndCostNoUnit)
@@ -143,36 +128,31 @@ TEST(AvcNalWalk, NullOutputsAreRefusedAndCostNoUnit)
 
 TEST(AvcNalWalk, IsEndedByWhateverReadsABuffer)
 {
-    Bytes piece = kSets + kIdrSlice + "00 00 01 e1 80 80"_bytes + kIdrSlice; // no operation reads all of it
-    const auto with = [&](auto call) {
-        return [&piece, call](void* handle) {
-            const auto copy = piece.Exact(); // gone before the walk is asked again
-            return call(handle, copy.get(), piece.Size());
-        };
-    };
+    const Bytes piece =
+        kSets + kIdrSlice + "00 00 01 e1 80 80"_bytes + kIdrSlice; // no operation reads all of it
     VideoInfo info = {};
     VideoInfoEx verdict = {};
     VideoPicType type = {};
     ParameterSetData sets = {};
     u32 count = 0, *sizes = nullptr;
     u8** nals = nullptr;
-    Bytes sps = Sps{}, pps = Pps{};
     const u8* out = nullptr;
-    const std::vector<std::function<Status(void*)>> ending = {
-        with([&](void* h, u8* p, u32 n) { return ParseVideoParams(h, p, n, &info); }),
-        with([&](void* h, u8* p, u32 n) { return VideoSampleTest(h, p, n, &verdict); }),
-        with([&](void* h, u8* p, u32 n) { return QueryType(h, p, n, type); }),
-        with([&](void* h, u8* p, u32 n) { return GetParameterSetData(h, p, n, &sets); }),
-        with([&](void* h, u8* p, u32 n) { return GetNalFromFrame(h, p, n, &count, &nals, &sizes); }),
-        [&](void* h) { return SetParameterSetData(h, sps.data(), sps.Size(), pps.data(), pps.Size()); },
-        [&](void* h) { return SetParameterSetData(h, &sps[1], 2, pps.data(), pps.Size()); },
+    Bytes pps = Pps{};
+    const std::function<void(void*, u8*, u32)> ending[] = {
+        [&](void* h, u8* p, u32 n) { ParseVideoParams(h, p, n, &info); },
+        [&](void* h, u8* p, u32 n) { VideoSampleTest(h, p, n, &verdict); },
+        [&](void* h, u8* p, u32 n) { QueryType(h, p, n, type); },
+        [&](void* h, u8* p, u32 n) { GetParameterSetData(h, p, n, &sets); },
+        [&](void* h, u8* p, u32 n) { GetNalFromFrame(h, p, n, &count, &nals, &sizes); },
+        [&](void* h, u8* p, u32 n) { SetParameterSetData(h, p, n, pps.data(), pps.Size()); },
+        [&](void* h, u8* p, u32) { SetParameterSetData(h, p + 1, 2, pps.data(), pps.Size()); },
     };
-    for (std::size_t i = 0; i < ending.size(); ++i) {
+    for (const auto& call : ending) {
         const ParsingHandle handle;
         const Walk walk(kSets + kIdrSlice, handle);
         EXPECT_EQ(Next(handle).nal, walk.At(0));
-        ending[i](handle.Get());
-        EXPECT_TRUE(Next(handle).Nothing() && Next(handle).Nothing()) << i;
+        call(handle.Get(), piece.Exact().get(), piece.Size()); // gone before the walk is asked again
+        EXPECT_TRUE(Next(handle).Nothing() && Next(handle).Nothing()) << &call - ending;
     }
     // A call that is refused reads nothing.
     const ParsingHandle handle;
@@ -190,63 +170,41 @@ TEST(AvcNalWalk, MeasuresSliceHeaders)
 {
     const Sps type2{.log2_max_frame_num_minus4 = 3, .pic_order_cnt_type = 2};
     const Sps fields{.log2_max_frame_num_minus4 = 1, .pic_order_cnt_type = 2, .frame_mbs_only_flag = 0};
-    const Sps planes{.profile_idc = 244,
-                     .chroma_format = true,
-                     .chroma_format_idc = 3,
-                     .separate_colour_plane_flag = 1,
-                     .log2_max_frame_num_minus4 = 1,
-                     .pic_order_cnt_type = 2};
-    const Sps type1{.pic_order_cnt_type = 1},
-        wide{.log2_max_frame_num_minus4 = 12, .log2_max_pic_order_cnt_lsb_minus4 = 12};
-    const Sps widest{.log2_max_frame_num_minus4 = 28, .log2_max_pic_order_cnt_lsb_minus4 = 28};
-    const Sps wideType2{.log2_max_frame_num_minus4 = 12, .pic_order_cnt_type = 2};
+    const Sps type1{.pic_order_cnt_type = 1};
+    const Sps wide{.log2_max_frame_num_minus4 = 12, .log2_max_pic_order_cnt_lsb_minus4 = 12};
     const Pps bottom{.bottom_field_pic_order_in_frame_present_flag = 1};
     const Pps stray{.pic_parameter_set_id = 4, .seq_parameter_set_id = 9};
     const struct {
-        const char* what;
-        Sps sps;
-        Pps pps;
-        Bytes slice;
+        Slice slice;
         u32 size;
     } rows[] = {
-        {"18 bits", {}, {}, kIdrSlice, 3},
-        {"16 bits, so the next byte as well", type2, {}, Slice{.sps = type2}, 3},
-        {"15 bits",
-         {.log2_max_frame_num_minus4 = 2, .pic_order_cnt_type = 2},
-         {},
-         Slice{.sps = {.log2_max_frame_num_minus4 = 2, .pic_order_cnt_type = 2}},
-         2},
-        {"a field", fields, {}, Slice{.sps = fields, .field_pic_flag = 1, .bottom_field_flag = 1}, 3},
-        {"a colour plane", planes, {}, Slice{.sps = planes}, 3},
-        {"a delta with zeros in it", type1, {}, Slice{.sps = type1, .delta_pic_order_cnt = {0x7FFFFFFF}}, 11},
-        {"two", type1, bottom, Slice{.sps = type1, .pps = bottom, .delta_pic_order_cnt = {0x7FFFFFFF, -2}},
-         12},
-        {"delta of the bottom field",
-         {},
-         bottom,
-         Slice{.pps = bottom, .delta_pic_order_cnt_bottom = -70000},
-         7},
-        {"no such PPS", {}, {}, Slice{.pps = {.pic_parameter_set_id = 3}}, 2},
-        {"no such SPS", {}, stray, Slice{.pps = stray}, 2},
-        {"a PPS beyond all", {}, {}, Slice{.pps = {.pic_parameter_set_id = 0xFFFFFFFE}, .slice_type = 0}, 10},
-        {"e0 00 00 03 00 0a", wide, {}, Slice{.sps = wide, .slice_type = 0}, 6},
-        {"e0 00 00 03 03 0a", wide, {}, Slice{.sps = wide, .slice_type = 0, .pic_order_cnt_lsb = 0x18}, 6},
-        {"e0 00 00 04 0a", wide, {}, Slice{.sps = wide, .slice_type = 0, .pic_order_cnt_lsb = 0x20}, 5},
-        {"seven zeros", widest, {}, Slice{.sps = widest, .slice_type = 0}, 12},
-        {"03 behind the header", wideType2, {}, "00 00 00 01 61 e0 00 00 03 01 55"_bytes, 3},
-        {"cut after 8 bits", {}, {}, "00 00 00 01 61 88"_bytes, 2},
-        {"nothing but its NAL unit header", {}, {}, "00 00 00 01 61"_bytes, 1},
-        {"cut in zeros", wide, {}, "00 00 00 01 61 e0 00 00"_bytes, 4},
+        {{.nal_unit_type = kIdr}, 3}, // 18 bits
+        {{.sps = type2}, 3},          // 16 bits, so the next byte as well
+        {{.sps = {.log2_max_frame_num_minus4 = 2, .pic_order_cnt_type = 2}}, 2},
+        {{.sps = fields, .field_pic_flag = 1, .bottom_field_flag = 1}, 3},
+        {{.sps = type1, .delta_pic_order_cnt = {0x7FFFFFFF}}, 11}, // with zeros in it
+        {{.sps = type1, .pps = bottom, .delta_pic_order_cnt = {0x7FFFFFFF, -2}}, 12},
+        {{.pps = bottom, .delta_pic_order_cnt_bottom = -70000}, 7},
+        {{.pps = stray}, 2},
+        {{.sps = wide, .slice_type = 0}, 6},                            // e0 00 00 03 00 0a
+        {{.sps = wide, .slice_type = 0, .pic_order_cnt_lsb = 0x18}, 6}, // e0 00 00 03 03 0a
+        {{.sps = wide, .slice_type = 0, .pic_order_cnt_lsb = 0x20}, 5}, // e0 00 00 04 0a
     };
-    for (const auto& row : rows) {
+    const std::pair<Bytes, u32> cut[] = {
+        {"00 00 00 01 61 88"_bytes, 2}, {"00 00 00 01 61"_bytes, 1}, {"00 00 00 01 61 e0 00 00"_bytes, 4}};
+    const auto measure = [](const Bytes& sets, const Bytes& slice) {
         const ParsingHandle handle;
-        const Walk walk(row.sps + row.pps + row.slice, handle);
+        const Walk walk(sets + slice, handle);
         Next(handle);
         Next(handle);
         const Met met = Next(handle);
         EXPECT_TRUE(met.status == 0 && met.isSlice);
-        EXPECT_EQ(met.sliceHeaderSize, row.size) << row.what;
-    }
+        return met.sliceHeaderSize;
+    };
+    for (const auto& [slice, size] : rows)
+        EXPECT_EQ(measure(slice.sps + slice.pps, slice), size) << testing::PrintToString(Bytes(slice));
+    for (const auto& [slice, size] : cut)
+        EXPECT_EQ(measure(wide + Pps{}, slice), size) << testing::PrintToString(slice);
 }
 
 TEST(AvcStoredHeaderSize, CountsThe03BytesThatTheHeaderHolds)

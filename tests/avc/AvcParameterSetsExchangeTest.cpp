@@ -232,27 +232,18 @@ TEST(AvcFrameSplitting, FramesWithoutUnitsAndBadArguments)
 {
     const ParsingHandle handle;
     Bytes frame = "12 34 56 78 9a"_bytes;
-    const struct {
-        u8* frame;
-        u32 size;
-        Status status;
-    } rows[] = {{nullptr, 0, 0},
-                {nullptr, 100, 0},
-                {frame.data(), 4, 0},
-                {frame.data(), 0, 0},
-                {frame.data(), 5, -1}};
     u32 count = 77, *sizes = &count;
     u8 *nal = nullptr, **nals = &nal;
-    for (const auto& row : rows) {
-        count = 77, sizes = &count, nals = &nal;
-        EXPECT_EQ(GetNalFromFrame(handle.Get(), row.frame, row.size, &count, &nals, &sizes), row.status);
-        EXPECT_TRUE(count == 0 && nals == nullptr && sizes == nullptr);
-    }
-    count = 77, sizes = &count, nals = &nal;
     EXPECT_EQ(GetNalFromFrame(handle.Get(), frame.data(), 5, nullptr, &nals, &sizes), -1);
     EXPECT_EQ(GetNalFromFrame(handle.Get(), frame.data(), 5, &count, nullptr, &sizes), -1);
     EXPECT_EQ(GetNalFromFrame(handle.Get(), frame.data(), 5, &count, &nals, nullptr), -1);
     EXPECT_TRUE(count == 77 && nals == &nal && sizes == &count);
+    for (const auto& [data, size] :
+         {std::pair<u8*, u32>{nullptr, 100}, {frame.data(), 4}, {frame.data(), 5}}) {
+        count = 77, sizes = &count, nals = &nal;
+        EXPECT_EQ(GetNalFromFrame(handle.Get(), data, size, &count, &nals, &sizes), size == 5 ? -1 : 0);
+        EXPECT_TRUE(count == 0 && nals == nullptr && sizes == nullptr);
+    }
 }
 
 } // namespace

@@ -31,20 +31,6 @@ void ExpectUnit(const Reported& unit, const Bytes& frame, u32 keyFrame, u32 sequ
     EXPECT_EQ(unit.info.frameRateNum, width != 0 ? 50u : 0u);
 }
 
-TEST(AvcStream, AnAccessUnitIsCompletedByTheNextPicturesFirstSlice)
-{
-    const Bytes second = Delimiter{} + P(1);
-    const ParsingHandle whole;
-    ExpectUnit(whole.Feed(kKeyUnit + second), kKeyUnit, 1, 1, 64);
-    ExpectUnit(whole.Flush(), second, 0, 0, 0);
-
-    const ParsingHandle byUnits;
-    const Reported nothing = byUnits.Feed(kKeyUnit);
-    EXPECT_TRUE(nothing.status == 0 && AllFieldsAre(0, nothing.info));
-    ExpectUnit(byUnits.Feed(second), kKeyUnit, 1, 1, 64);
-    ExpectUnit(byUnits.Flush(), second, 0, 0, 0);
-}
-
 TEST(AvcStream, KeyFramesWithoutParameterSetsReceiveThemBehindTheirDelimiter)
 {
     const Bytes aud = Delimiter{}, sei = Sei{},
@@ -155,15 +141,6 @@ TEST(AvcStream, ThePpsDecidesWhatTheRetainedSetsDescribe)
     ExpectUnit(handle.Flush(), kSets + Pps{} + kNextIdr, 1, 0, 0);
 }
 
-TEST(AvcStream, ACallDescribesTheLastOfSeveralUnits)
-{
-    const ParsingHandle handle;
-    const Reported unit = handle.Feed(kKeyUnit + P(1) + P(2) + P(3));
-    ExpectUnit(unit, P(2), 0, 1, 64); // the sequence fields are those of the first
-    EXPECT_TRUE(AllFieldsAre(0, handle.Feed(P(3, 1)).info));
-    ExpectUnit(handle.Flush(), P(3) + P(3, 1), 0, 0, 0);
-}
-
 TEST(AvcStream, AFlushedUnitStaysCurrent)
 {
     const ParsingHandle handle;
@@ -171,13 +148,9 @@ TEST(AvcStream, AFlushedUnitStaysCurrent)
         EXPECT_TRUE(handle.Feed(piece).status == 0 && AllFieldsAre(0, handle.Flush().info));
     handle.Feed(kKeyUnit);
     ExpectUnit(handle.Feed(Bytes{}), kKeyUnit, 1, 1, 64); // no bytes are a flush as well
-    const Bytes again = Delimiter{} + kSets + kSets + kIdrSlice;
-    ExpectUnit(handle.Flush(), again, 1, 1, 64);
-    const Bytes onceMore = Delimiter{} + kSets + kSets + kSets + kIdrSlice;
-    ExpectUnit(handle.Feed(P(1)), onceMore, 1, 1, 64);
-    ExpectUnit(handle.Flush(), P(1), 0, 0, 0);
-    EXPECT_TRUE(AllFieldsAre(0, handle.Feed(P(1, 3)).info));
-    ExpectUnit(handle.Feed(P(2)), P(1) + P(1, 3), 0, 0, 0);
+    ExpectUnit(handle.Flush(), Delimiter{} + kSets + kSets + kIdrSlice, 1, 1, 64);
+    ExpectUnit(handle.Feed(P(1)), Delimiter{} + kSets + kSets + kSets + kIdrSlice, 1, 1, 64);
+    ExpectUnit(handle.Feed(P(2)), P(1), 0, 0, 0);
 
     VideoInfo info = {};
     const Bytes unread = "00 00 01 61"_bytes;
@@ -198,52 +171,19 @@ TEST(AvcStream, WaitingUnitsComeOutWithTheFlush)
     ExpectUnit(tail.Flush(), kKeyUnit + Sei{} + Nal(11, Bytes{}) + Delimiter{}, 1, 1, 64);
 }
 
-TEST(AvcStream, ABareStartCodeEndsThePiece)
-{
-    const ParsingHandle handle;
-    const Reported unit = handle.Feed(kKeyUnit + P(1) + "00 00 01"_bytes + P(2) + P(3));
-    ExpectUnit(unit, kKeyUnit, 1, 1, 64);
-    ExpectUnit(handle.Feed(P(2)), P(1), 0, 0, 0);
-}
-
-TEST(AvcStream, AForbiddenBitEndsThePieceWithAFailure)
-{
-    const ParsingHandle handle;
-    Reported unit = handle.Feed(kKeyUnit + P(1) + "00 00 01 e1 80 80"_bytes + P(2) + P(3));
-    EXPECT_EQ(unit.status, -1);
-    unit.status = 0;
-    ExpectUnit(unit, kKeyUnit, 1, 1, 64);
-    ExpectUnit(handle.Feed(P(2)), P(1), 0, 0, 0);
-}
-
-TEST(AvcStream, PiecesWithoutStartCodeStoreNothing)
-{
-    const ParsingHandle handle;
-    handle.Feed(kKeyUnit);
-    const Reported garbage = handle.Feed("12 34 56 78 9a"_bytes), tooShort = handle.Feed("00 00 01 41"_bytes);
-    EXPECT_TRUE(garbage.status == -1 && AllFieldsAre(0, garbage.info));
-    EXPECT_TRUE(tooShort.status == 0 && AllFieldsAre(0, tooShort.info));
-    EXPECT_EQ(handle.Feed("12 34"_bytes + P(1)).frame, kKeyUnit); // garbage in front is skipped
-    EXPECT_EQ(handle.Flush().frame, P(1));
-}
-
 // The slice history is the handle's, and other operations read slices without storing any.
 TEST(AvcStream, APictureMayBeginWithNothingStored)
 {
     const ParsingHandle handle;
-    CParseAVCParams& parser = handle.Avc();
-    VideoInfo info = {};
-    int newPicture = 0;
-    const auto read = [&](const Bytes& nal) { parser.InitReadData(nal.data() + 5, nal.Size() - 5); };
-    const Bytes sps = kSps, pps = Pps{}, slice = P(1);
-    read(sps);
-    parser.ReadSequenceParameterSetData(&info);
-    read(pps);
-    parser.ReadPictureParameterSetData(&info);
-    read(slice);
-    EXPECT_EQ(parser.ReadSliceHeaderData(&info, 1, 2, &newPicture), 0);
+    EXPECT_EQ(Judge(handle, kSets + P(1)).status, 0);
     EXPECT_TRUE(AllFieldsAre(0, handle.Feed(P(2)).info));
     EXPECT_EQ(handle.Feed(P(3)).frame, P(2));
+    // Of the sets just the one that was stored is retained, and one alone is not inserted.
+    const ParsingHandle half;
+    Judge(half, Pps{});
+    half.Feed(kSps + kIdrSlice);
+    EXPECT_EQ(half.Flush().frame, kSps + kIdrSlice);
+    EXPECT_EQ(half.Flush().frame, kSps + kIdrSlice);
 }
 
 TEST(AvcStream, AStreamEnteredInTheMiddleBeginsWithItsOpeners)

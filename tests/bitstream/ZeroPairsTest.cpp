@@ -1,30 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Every kernel that this processor has, against the byte loop.
-#include "parser/bitstream/ZeroPairs.h"
+#include "Kernels.h"
 #include "RandomBuffers.h"
 
 #include <gtest/gtest.h>
 
 namespace {
-
-struct Kernel {
-    const char* name;
-    std::size_t (*find)(const u8* data, std::size_t size);
-};
-
-std::vector<Kernel> KernelsHere()
-{
-    std::vector<Kernel> kernels = {{"Chosen", bitstream::FindZeroPair},
-                                   {"Portable", bitstream::FindZeroPairPortable}};
-#if defined(__x86_64__)
-    kernels.push_back({"Sse2", bitstream::FindZeroPairSse2});
-    if (__builtin_cpu_supports("avx2"))
-        kernels.push_back({"Avx2", bitstream::FindZeroPairAvx2});
-#elif defined(__aarch64__)
-    kernels.push_back({"Neon", bitstream::FindZeroPairNeon});
-#endif
-    return kernels;
-}
 
 class ZeroPairs : public testing::TestWithParam<Kernel> {};
 

@@ -157,18 +157,6 @@ TEST(HevcStream, ACallDescribesTheLastOfSeveralUnits)
     EXPECT_EQ(UnitOf(handle.Flush()), (Unit{kP + kMore}));
 }
 
-TEST(HevcStream, AFlushedUnitStaysCurrent)
-{
-    const ParsingHandle handle(VideoCodecHEVC);
-    EXPECT_TRUE(AllFieldsAre(0, handle.Flush().info));
-    EXPECT_TRUE(AllFieldsAre(0, handle.Feed(kKeyUnit + kSuffixSei + kAud).info));
-    EXPECT_EQ(UnitOf(handle.Feed(Bytes{})), (Unit{kKeyUnit + kSuffixSei + kAud, 1, 1, 64, 50}));
-    const Bytes again = kSets + kKeyUnit + kSuffixSei + kAud;
-    EXPECT_EQ(UnitOf(handle.Flush()), (Unit{again, 1}));
-    EXPECT_EQ(UnitOf(handle.Feed(kP)), (Unit{kSets + again, 1}));
-    EXPECT_EQ(UnitOf(handle.Flush()), (Unit{kP}));
-}
-
 TEST(HevcStream, OneEnteredInTheMiddleBeginsWithWhatWasStored)
 {
     // Without parameter sets only segments other than the first are stored.
@@ -191,44 +179,6 @@ TEST(HevcStream, APieceEndsAtABareStartCodeAndAtAForbiddenBit)
         EXPECT_TRUE(garbage.status == -1 && AllFieldsAre(0, garbage.info));
         EXPECT_EQ(UnitOf(handle.Flush()), (Unit{kP}));
     }
-}
-
-TEST(HevcStream, AnyBitMayBeWrong)
-{
-    const Bytes stream = kAud + kKeyUnit + kMore + kSei + kP + Picture(kCra) + kSuffixSei + kP;
-    for (std::size_t bit = 0; bit < 8 * stream.size(); ++bit) {
-        Bytes damaged = stream;
-        damaged[bit / 8] = static_cast<u8>(damaged[bit / 8] ^ 0x80 >> bit % 8);
-        const ParsingHandle handle(VideoCodecHEVC, 2, 20);
-        handle.Feed(damaged);
-        for (const Reported& unit : handle.FeedAll(SplitNalUnits(damaged))) {
-            ASSERT_TRUE(unit.status == 0 || unit.status == -1);
-            ASSERT_EQ(Join(SplitNalUnits(unit.frame)), unit.frame) << "bit " << bit;
-        }
-    }
-}
-
-TEST(HevcHandles, FiveOperationsDoNothing)
-{
-    const ParsingHandle parsing(VideoCodecHEVC);
-    void* userData = nullptr;
-    ASSERT_EQ(UserDataCreate(&userData, VideoCodecHEVC), 0);
-    for (void* const handle : {parsing.Get(), userData}) {
-        Bytes sps = kSps, pps = Pps{}, frame = kKeyUnit;
-        ParameterSetData sets = {&sps[0], 1, &sps[1], 2, &sps[2], 3};
-        u8 *nal = &sps[3], **nals = &nal;
-        u32 size = 7, count = 8, *sizes = &size;
-        bool isSlice = true;
-        EXPECT_EQ(SetParameterSetData(handle, sps.data(), sps.Size(), pps.data(), pps.Size()), 0);
-        EXPECT_EQ(GetParameterSetData(handle, frame.data(), frame.Size(), &sets), 0);
-        EXPECT_EQ(SetVideoData(handle, frame.data(), frame.Size()), 0);
-        EXPECT_EQ(GetNalUnit(handle, &nal, &size, &isSlice, &count), 0);
-        EXPECT_EQ(GetNalFromFrame(handle, frame.data(), frame.Size(), &count, &nals, &sizes), 0);
-        EXPECT_TRUE(sets.vpsData == &sps[0] && sets.spsSize == 2 && sets.ppsSize == 3);
-        EXPECT_TRUE(nal == &sps[3] && nals == &nal && sizes == &size && size == 7 && count == 8 && isSlice);
-    }
-    EXPECT_EQ(parsing.Hevc().spsNalSize, 0u);
-    EXPECT_EQ(UserDataRelease(userData), 0);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The ring of slots by itself.
 #include "queue/VideoQueue.h"
-#include "Bytes.h"
+#include "Handles.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -24,11 +24,6 @@ public:
         EXPECT_EQ(StoreVideoData(&slot, bytes.data(), bytes.Size()), 0);
     }
 };
-
-Bytes Held(const VideoQueueInfo& slot)
-{
-    return Bytes(slot.buffer, slot.buffer + slot.length);
-}
 
 const Bytes kDelimiter = "00 00 00 01 09 f0"_bytes;
 const Bytes kSlice = "00 00 01 65 88 84 21"_bytes;
@@ -53,32 +48,25 @@ TEST(VideoQueue, SlotsAndSpareBeginEmptyWithTheStatedCapacity)
     EXPECT_TRUE(queue.slots.empty() && queue.spare.buffer == nullptr && queue.tailScratch == nullptr);
 }
 
-TEST(VideoQueue, TheRingComesRoundWithEmptySlotsAndKeepsTheirBuffers)
+TEST(VideoQueue, SlotsComeBackEmptyWithTheirBuffers)
 {
     Queue queue(3, 10);
-    VideoQueueInfo& first = queue.Next();
-    queue.Store(first, Bytes(50, 7));
-    first.audStart = first.audLength = first.keyFrame = 1;
-    const u8* const grown = first.buffer;
+    VideoQueueInfo *first = &queue.Next(), *spare = nullptr;
+    queue.GetNextInfo(&spare);
+    for (VideoQueueInfo* slot : {first, spare}) {
+        queue.Store(*slot, Bytes(50, 7));
+        slot->audStart = slot->audLength = slot->keyFrame = 1;
+    }
+    const u8* const grown = first->buffer;
     VideoQueueInfo &second = queue.Next(), &third = queue.Next();
     queue.Store(second, kSlice);
-    EXPECT_TRUE(&first != &second && &second != &third && &first != &third);
-    EXPECT_EQ(&queue.Next(), &first);
-    EXPECT_TRUE(IsEmpty(first, 50) && first.buffer == grown);
+    EXPECT_TRUE(first != &second && &second != &third && first != &third);
+    EXPECT_EQ(&queue.Next(), first);
+    EXPECT_TRUE(IsEmpty(*first, 50) && first->buffer == grown);
+    queue.GetNextInfo(&spare);
+    EXPECT_TRUE(spare == &queue.spare && IsEmpty(*spare, 50));
     EXPECT_EQ(Held(second), kSlice);
     EXPECT_EQ(&queue.Next(), &second);
-}
-
-TEST(VideoQueue, TheSpareComesBackEmptyAndIsNoneOfTheRing)
-{
-    Queue queue(2, 10);
-    VideoQueueInfo* spare = nullptr;
-    queue.GetNextInfo(&spare);
-    queue.Store(*spare, Bytes(30, 1));
-    spare->audStart = spare->audLength = spare->keyFrame = 1;
-    queue.GetNextInfo(&spare);
-    EXPECT_TRUE(spare == &queue.spare && IsEmpty(*spare, 30));
-    EXPECT_EQ(&queue.Next(), &queue.slots[0]);
 }
 
 TEST(VideoQueue, CapacitiesGrowToJustWhatIsNeeded)
@@ -102,46 +90,33 @@ TEST(VideoQueue, CapacitiesGrowToJustWhatIsNeeded)
     EXPECT_EQ(Held(slot), expected);
 }
 
-TEST(VideoQueue, AvcParameterSetsGoBehindTheDelimiter)
+TEST(VideoQueue, AvcParameterSetsGoBehindTheDelimiterOrToTheFront)
 {
-    for (const u32 capacity : {7u, 13u, 38u, 39u, 200u}) {
-        Queue queue(1, capacity);
-        VideoQueueInfo& slot = queue.Next();
-        queue.Store(slot, kDelimiter + kSlice);
-        slot.audLength = kDelimiter.Size();
-        slot.keyFrame = 1;
-        const auto insert = [&] { return queue.InsertParameterData(&slot, kSps.data(), 20, kPps.data(), 6); };
-        EXPECT_EQ(insert(), 0);
-        EXPECT_EQ(Held(slot), kDelimiter + kSps + kPps + kSlice);
-        EXPECT_EQ(slot.capacity, std::max(capacity, 39u));
-        EXPECT_EQ(insert(), 0);
-        EXPECT_EQ(Held(slot), kDelimiter + kSps + kPps + kSps + kPps + kSlice);
-        EXPECT_EQ(slot.capacity, std::max(capacity, 65u));
-        EXPECT_TRUE(slot.audStart == 0 && slot.audLength == 6 && slot.keyFrame == 1);
-        EXPECT_EQ(queue.tailScratchCapacity, 33u);
-    }
-}
-
-TEST(VideoQueue, AvcParameterSetsGoToTheFrontWithoutADelimiterAndBehindALaterOne)
-{
+    const Bytes sets = kSps + kPps;
     const struct {
-        Bytes held;
-        u32 audStart, audLength;
-        Bytes expected;
-    } rows[] = {{kSlice, 0, 0, kSps + kPps + kSlice},
-                {kSlice + kDelimiter, 7, 6, kSlice + kDelimiter + kSps + kPps},
-                {kSlice + kDelimiter + kSlice, 7, 6, kSlice + kDelimiter + kSps + kPps + kSlice},
-                {Bytes{}, 0, 0, kSps + kPps}};
-    for (const auto& row : rows) {
-        Queue queue(1, 8);
-        VideoQueueInfo& slot = queue.Next();
-        queue.Store(slot, row.held);
-        slot.audStart = row.audStart;
-        slot.audLength = row.audLength;
-        EXPECT_EQ(queue.InsertParameterData(&slot, kSps.data(), 20, kPps.data(), 6), 0);
-        EXPECT_EQ(Held(slot), row.expected);
-        EXPECT_TRUE(slot.audStart == row.audStart && slot.audLength == row.audLength);
-    }
+        Bytes before, delimiter, behind;
+    } rows[] = {{Bytes{}, kDelimiter, kSlice},
+                {Bytes{}, Bytes{}, kSlice},
+                {kSlice, kDelimiter, Bytes{}},
+                {kSlice, kDelimiter, kSlice},
+                {Bytes{}, Bytes{}, Bytes{}}};
+    for (const auto& [before, delimiter, behind] : rows)
+        for (const u32 capacity : {7u, 38u, 39u, 200u}) {
+            Queue queue(1, capacity);
+            VideoQueueInfo& slot = queue.Next();
+            queue.Store(slot, before + delimiter + behind);
+            slot.audStart = before.Size(), slot.audLength = delimiter.Size(), slot.keyFrame = 1;
+            Bytes inserted;
+            for (int times = 0; times < 2; ++times) {
+                EXPECT_EQ(queue.InsertParameterData(&slot, kSps.data(), 20, kPps.data(), 6), 0);
+                inserted = inserted + sets;
+                EXPECT_EQ(Held(slot), before + delimiter + inserted + behind);
+                EXPECT_EQ(slot.capacity, std::max(capacity, slot.length));
+            }
+            EXPECT_TRUE(slot.audStart == before.size() && slot.audLength == delimiter.size());
+            EXPECT_EQ(slot.keyFrame, 1u);
+            EXPECT_EQ(queue.tailScratchCapacity, (sets + behind).size());
+        }
 }
 
 TEST(VideoQueue, HevcParameterSetsGoInFrontOfEverything)

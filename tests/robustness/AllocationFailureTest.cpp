@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Each allocation of a handle's life fails in turn.
+// What a failing allocation costs: at most the NAL unit at hand, and that one whole.
 #include "AvcStream.h"
 #include "FailingAllocation.h"
 #include "Handles.h"
@@ -12,146 +12,97 @@ using namespace avctest;
 
 // Everything that grows, grows: slots and spare of 4 bytes, both retained sets, the payload scratch, the
 // insertion scratch. The last unit is a key frame that needs parameter sets.
-std::vector<Bytes> NalUnits()
+const std::vector<Bytes> kNals = {Delimiter{},
+                                  Sps{.vui = Vui{.timing = Timing{}}},
+                                  Pps{} + Bytes(12, 0x55),
+                                  Slice{.nal_unit_type = kIdr, .data = Bytes(2000, 0x11)},
+                                  Slice{.frame_num = 1, .data = Bytes(100, 0x22)},
+                                  Delimiter{},
+                                  Sei{},
+                                  Slice{.frame_num = 2, .data = Bytes(3000, 0x33)},
+                                  Delimiter{},
+                                  Slice{.nal_unit_type = kIdr, .idr_pic_id = 1, .data = Bytes(2500, 0x44)}};
+
+bool IsSlice(const Bytes& nal)
 {
-    const Bytes rest(12, 0x55);
-    return {Delimiter{},
-            Sps{.vui = Vui{.timing = Timing{}}},
-            Pps{} + rest,
-            Slice{.nal_unit_type = kIdr, .data = Bytes(2000, 0x11)},
-            Slice{.frame_num = 1, .data = Bytes(100, 0x22)},
-            Delimiter{},
-            Sei{},
-            Slice{.frame_num = 2, .data = Bytes(3000, 0x33)},
-            Delimiter{},
-            Slice{.nal_unit_type = kIdr, .idr_pic_id = 1, .data = Bytes(2500, 0x44)}};
+    return (nal[4] & 31) == kIdr || (nal[4] & 31) == 1;
 }
 
-bool IsSlice(const Bytes& nal, bool keyOnly = false)
-{
-    return (nal[4] & 31) == kIdr || (!keyOnly && (nal[4] & 31) == 1);
-}
-
-class Session {
-public:
-    Session(AllocationWatch& watch, const std::vector<Bytes>& nals) : watch_(watch), nals_(nals) {}
-    ~Session() { ParseRelease(handle_); }
-
-    // False when the handle could not be made.
-    bool Create()
-    {
-        const Status status = watch_.During([&] { return ParseCreate(&handle_, VideoCodecAVC, 2, 4); });
-        EXPECT_EQ(status, watch_.Failures() != 0 ? -1 : 0);
-        EXPECT_EQ(handle_ == nullptr, watch_.Failures() != 0);
-        return handle_ != nullptr;
-    }
-
-    // Feeds NAL unit by NAL unit and flushes.
-    void Run()
-    {
-        for (const Bytes& nal : nals_)
-            (Call(nal.data(), nal.Size()) == 0 ? accepted : refused).push_back(nal);
-        Call(nullptr, 0);
-    }
-
-    bool KnowsParameterSets() const
-    {
-        const auto& parser = static_cast<CParseAVCParams&>(*static_cast<CParserBase*>(handle_));
-        return parser.spsTable[0] != nullptr && parser.ppsTable[0] != nullptr;
-    }
-
-    std::vector<Bytes> frames;
-    std::vector<u32> described;           // sequenceInfoValid of each
-    std::vector<Bytes> out;               // NAL units of all frames
-    std::vector<Bytes> accepted, refused; // NAL units by the status of their call
-
-private:
-    Status Call(const u8* data, u32 size)
-    {
-        const u64 before = watch_.Failures();
-        VideoInfo info = UnwrittenInfo();
-        const Status status = watch_.During([&] { return ParseVideoParams(handle_, data, size, &info); });
-        // Only a record that finds no memory is no failure of the call.
-        if (const bool failed = watch_.Failures() != before; !failed || KnowsParameterSets()) {
-            EXPECT_EQ(status, failed ? -1 : 0);
-        }
-        if (info.frameAvailable != 0) {
-            frames.emplace_back(info.frameData, info.frameData + info.frameSize);
-            described.push_back(info.sequenceInfoValid);
-            const std::vector<Bytes> units = SplitNalUnits(frames.back());
-            EXPECT_TRUE(!units.empty() && Join(units) == frames.back());
-            EXPECT_EQ(info.keyFrame,
-                      std::count_if(units.begin(), units.end(), [](auto& u) { return IsSlice(u, true); }));
-            out.insert(out.end(), units.begin(), units.end());
-        }
-        return status;
-    }
-
-    AllocationWatch& watch_;
-    const std::vector<Bytes>& nals_;
-    void* handle_ = nullptr;
+struct Session {
+    std::vector<Bytes> frames, out; // `out`: the NAL units of all frames
+    std::vector<u32> described;     // sequenceInfoValid of each frame
+    std::vector<Bytes> accepted, refused;
 };
 
-// Without a watch in the way the handle reads the stream as ever.
-void ExpectStillWorking(Session& session, const std::vector<Bytes>& nals)
+// Feeds NAL unit by NAL unit and flushes.
+Session Feed(void* handle, const std::vector<Bytes>& nals, AllocationWatch& watch)
 {
-    session.frames.clear();
-    session.Run();
-    ASSERT_GE(session.frames.size(), 3u);
-    const std::vector<Bytes> last(session.frames.end() - 3, session.frames.end());
-    EXPECT_EQ(last, (std::vector<Bytes>{nals[4], nals[5] + nals[6] + nals[7],
-                                        nals[8] + nals[1] + nals[2] + nals[9]}));
-}
-
-TEST(AllocationFailure, OfOneAllocationDropsAtMostOneNalUnitWhole)
-{
-    const std::vector<Bytes> nals = NalUnits();
-    u64 n = 0;
-    for (bool failed = true; failed;) {
-        SCOPED_TRACE(++n);
-        AllocationWatch watch(Failing::Once, n);
-        Session session(watch, nals);
-        if (!session.Create())
-            continue;
-        session.Run();
-        failed = watch.Failures() != 0;
-        EXPECT_LE(session.refused.size(), 1u);
-        std::vector<Bytes> kept = session.accepted;
-        if (!session.KnowsParameterSets())
-            std::erase_if(kept, [](const Bytes& nal) { return IsSlice(nal); });
-        EXPECT_TRUE(IsSubsequence(kept, session.out));
-        EXPECT_LE(session.out.size(), nals.size() + 2);                    // parameter sets inserted
-        if (session.refused.size() == 1 && !IsSlice(session.refused[0])) { // as if it had never been there
-            AllocationWatch calm;
-            Session without(calm, session.accepted);
-            without.Create();
-            without.Run();
-            EXPECT_EQ(session.frames, without.frames);
-            EXPECT_EQ(session.described, without.described);
+    Session run;
+    const auto call = [&](const u8* data, u32 size) {
+        const u64 before = watch.Failures();
+        VideoInfo info = UnwrittenInfo();
+        const Status status = watch.During([&] { return ParseVideoParams(handle, data, size, &info); });
+        const bool failed = watch.Failures() != before;
+        EXPECT_TRUE(status == -1 ? failed : status == 0 && (!failed || IsOfARecord(watch.LastRefused())));
+        if (info.frameAvailable != 0) {
+            run.frames.emplace_back(info.frameData, info.frameData + info.frameSize);
+            run.described.push_back(info.sequenceInfoValid);
+            const std::vector<Bytes> units = SplitNalUnits(run.frames.back());
+            EXPECT_EQ(Join(units), run.frames.back());
+            run.out.insert(run.out.end(), units.begin(), units.end());
         }
-        ExpectStillWorking(session, nals);
-    }
-    EXPECT_GT(n, 20u); // there was something to fail
+        return status == 0;
+    };
+    for (const Bytes& nal : nals)
+        (call(nal.data(), nal.Size()) ? run.accepted : run.refused).push_back(nal);
+    call(nullptr, 0);
+    return run;
 }
 
-TEST(AllocationFailure, OfAllAllocationsFromOneOnLeavesAUsableHandle)
+void ExpectOneDroppedWhole(const Session& run, const CParseAVCParams& parser)
 {
-    const std::vector<Bytes> nals = NalUnits();
-    u64 n = 0;
-    for (bool failed = true; failed;) {
-        SCOPED_TRACE(++n);
-        AllocationWatch watch(Failing::FromThenOn, n);
-        Session session(watch, nals);
-        if (!session.Create())
-            continue;
-        session.Run();
-        for (const Bytes& unit : session.out)
-            EXPECT_NE(std::find(nals.begin(), nals.end(), unit), nals.end()); // none is cut
-        failed = watch.Failures() != 0;
-        watch = AllocationWatch();
-        ExpectStillWorking(session, nals);
+    EXPECT_LE(run.refused.size(), 1u);
+    std::vector<Bytes> kept = run.accepted;
+    if (parser.spsTable[0] == nullptr || parser.ppsTable[0] == nullptr)
+        std::erase_if(kept, IsSlice);
+    EXPECT_TRUE(IsSubsequence(kept, run.out));
+    EXPECT_LE(run.out.size(), kNals.size() + 2);               // parameter sets inserted
+    if (run.refused.size() == 1 && !IsSlice(run.refused[0])) { // as if it had never been there
+        AllocationWatch calm;
+        const Session without = Feed(ParsingHandle(VideoCodecAVC, 2, 4).Get(), run.accepted, calm);
+        EXPECT_EQ(run.frames, without.frames);
+        EXPECT_EQ(run.described, without.described);
     }
-    EXPECT_GT(n, 20u);
+}
+
+TEST(AllocationFailure, CostsAtMostTheNalUnitAtHand)
+{
+    for (const Failing mode : {Failing::Once, Failing::FromThenOn}) {
+        u64 n = 0;
+        for (bool failed = true; failed;) {
+            SCOPED_TRACE(++n);
+            AllocationWatch watch(mode, n);
+            void* handle = nullptr;
+            watch.During([&] { return ParseCreate(&handle, VideoCodecAVC, 2, 4); });
+            EXPECT_EQ(handle == nullptr, watch.Failures() != 0);
+            if (handle == nullptr)
+                continue;
+            const Session run = Feed(handle, kNals, watch);
+            failed = watch.Failures() != 0;
+            for (const Bytes& unit : run.out)
+                EXPECT_NE(std::find(kNals.begin(), kNals.end(), unit), kNals.end()); // none is cut
+            if (mode == Failing::Once)
+                ExpectOneDroppedWhole(run, static_cast<CParseAVCParams&>(*static_cast<CParserBase*>(handle)));
+            watch.Calm(); // the handle reads the stream as ever
+            const Session again = Feed(handle, kNals, watch);
+            ASSERT_GE(again.frames.size(), 3u);
+            EXPECT_EQ(std::vector<Bytes>(again.frames.end() - 3, again.frames.end()),
+                      (std::vector<Bytes>{kNals[4], kNals[5] + kNals[6] + kNals[7],
+                                          kNals[8] + kNals[1] + kNals[2] + kNals[9]}));
+            ParseRelease(handle);
+        }
+        EXPECT_GT(n, 20u); // there was something to fail
+    }
 }
 
 // A header with fields far wider than the standard has them is read from the whole NAL unit.
@@ -162,40 +113,25 @@ TEST(AllocationFailure, OfALongHeaderIsAnsweredAndTheSliceIsDroppedWhole)
     Bytes slice = Slice{.sps = sps, .frame_num = 1, .data = Bytes(5000, 0x55)};
     const ParsingHandle handle;
     handle.Feed(unit);
-    VideoInfo info;
-    VideoInfoEx verdict;
-    AllocationWatch judging(Failing::Once, 1), walking(Failing::Once, 1), watch(Failing::Once, 1);
-    EXPECT_EQ(
-        judging.During([&] { return VideoSampleTest(handle.Get(), slice.data(), slice.Size(), &verdict); }),
-        -1);
+    VideoInfo info = {};
+    VideoInfoEx verdict = {};
     u8* nal = slice.data();
     u32 size = 7, headerSize = 7;
     bool isSlice = true;
+    const auto expectRefused = [](const auto& call) {
+        AllocationWatch watch(Failing::Once, 1);
+        EXPECT_EQ(watch.During(call), -1);
+        EXPECT_EQ(watch.Failures(), 1u);
+    };
+    expectRefused([&] { return VideoSampleTest(handle.Get(), slice.data(), slice.Size(), &verdict); });
     SetVideoData(handle.Get(), slice.data(), slice.Size());
-    EXPECT_EQ(walking.During([&] { return GetNalUnit(handle.Get(), &nal, &size, &isSlice, &headerSize); }),
-              -1);
+    expectRefused([&] { return GetNalUnit(handle.Get(), &nal, &size, &isSlice, &headerSize); });
     EXPECT_TRUE(nal == nullptr && size == 0 && !isSlice && headerSize == 0);
-    EXPECT_EQ(watch.During([&] { return ParseVideoParams(handle.Get(), slice.data(), slice.Size(), &info); }),
-              -1);
-    EXPECT_TRUE(watch.Failures() == 1 && info.frameAvailable == 0);
+    expectRefused([&] { return ParseVideoParams(handle.Get(), slice.data(), slice.Size(), &info); });
+    EXPECT_EQ(info.frameAvailable, 0u);
     EXPECT_EQ(handle.Flush().frame, unit);
     EXPECT_EQ(handle.Feed(slice).frame, unit);
     EXPECT_EQ(handle.Flush().frame, slice);
-}
-
-TEST(AllocationFailure, OfTheScratchBufferYieldsNoPayload)
-{
-    const ParsingHandle handle;
-    CParserBase& parser = handle.Avc();
-    const Bytes large(5000, 0x42);
-    u8* out = nullptr;
-    u32 size = 7;
-    AllocationWatch watch(Failing::Once, 1);
-    const auto remove = [&] { return parser.GetRbspData(large.data(), large.Size(), &out, &size); };
-    EXPECT_EQ(watch.During(remove), -1);
-    EXPECT_TRUE(out == nullptr && size == 0);
-    EXPECT_EQ(remove(), 0);
-    EXPECT_EQ(Bytes(out, out + size), large);
 }
 
 } // namespace

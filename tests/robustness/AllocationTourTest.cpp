@@ -27,13 +27,6 @@ std::vector<Bytes> Pieces(const Format& format)
             other + slice + sei};
 }
 
-// A record without memory is no failure of the call that read it: slices that need it are refused.
-bool IsOfARecord(u64 size)
-{
-    return size == sizeof(AvcSpsInfo) || size == sizeof(AvcPpsInfo) || size == sizeof(HevcVpsRecord) ||
-           size == sizeof(HevcSpsRecord) || size == sizeof(HevcPpsRecord);
-}
-
 // Those that depend on nothing but the piece.
 std::vector<Answer> Independent(const std::vector<Answer>& answers)
 {

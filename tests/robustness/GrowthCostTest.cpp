@@ -3,6 +3,7 @@
 #include "AvcStream.h"
 #include "FailingAllocation.h"
 #include "Handles.h"
+#include "UserData.h"
 #include "support/Memory.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 namespace {
 
 using namespace avctest;
+using userdatatest::UserDataHandle;
 
 // One access unit of `size` bytes or a little more: a slice, then copies of `unit`.
 Bytes AccessUnitOf(const Bytes& unit, std::size_t size)
@@ -34,49 +36,44 @@ u64 WorkFor(const Bytes& stream)
     return watch.Work();
 }
 
-void ExpectLinear(const Bytes& unit, std::size_t half)
-{
+class GrowthCost : public testing::Test {
+protected:
+    void SetUp() override
+    {
 #if defined(NALSMITH_EXACT_ALLOCATION)
-    GTEST_SKIP() << "this build allocates exact sizes, so that overruns are seen";
+        GTEST_SKIP() << "this build allocates exact sizes, so that overruns are seen";
 #endif
-    const u64 small = WorkFor(AccessUnitOf(unit, half));
-    const u64 large = WorkFor(AccessUnitOf(unit, 2 * half));
-    EXPECT_GE(small, half); // the watch sees the growth
-    EXPECT_LE(large, small * 5 / 2);
+    }
+};
+
+const Bytes kSlice =
+    Slice{.nal_unit_type = kIdr, .first_mb_in_slice = 1, .data = Bytes(1400, 0x5A), .startCodeSize = 3};
+
+TEST_F(GrowthCost, TwiceTheNalUnitsCostAboutTwiceToRead)
+{
+    const std::pair<Bytes, std::size_t> rows[] = {{"00 00 01 0c ff"_bytes, 500000}, {kSlice, 4000000}};
+    for (const auto& [unit, half] : rows) {
+        const u64 small = WorkFor(AccessUnitOf(unit, half));
+        EXPECT_GE(small, half); // the watch sees the growth
+        EXPECT_LE(WorkFor(AccessUnitOf(unit, 2 * half)), small * 5 / 2);
+    }
 }
 
-TEST(GrowthCost, TwiceTheNalUnitsOfFiveBytesCostAboutTwice)
+TEST_F(GrowthCost, TwiceTheNalUnitsCostAboutTwiceToSplitAndToStrip)
 {
-    ExpectLinear("00 00 01 0c ff"_bytes, 500000);
-}
-
-TEST(GrowthCost, TwiceTheSlicesOf1400BytesCostAboutTwice)
-{
-    const Slice slice{
-        .nal_unit_type = kIdr, .first_mb_in_slice = 1, .data = Bytes(1400, 0x5A), .startCodeSize = 3};
-    ExpectLinear(slice, 4000000);
-}
-
-TEST(GrowthCost, TwiceTheNalUnitsCostAboutTwiceToSplitAndToStrip)
-{
-#if defined(NALSMITH_EXACT_ALLOCATION)
-    GTEST_SKIP() << "this build allocates exact sizes, so that overruns are seen";
-#endif
     const auto workFor = [](u32 units) {
         Bytes frame = Join(std::vector<Bytes>(units, "00 00 00 01 06 04 00 80 00 00 01 0c ff"_bytes));
         const ParsingHandle handle;
-        void* editor = nullptr;
-        UserDataCreate(&editor, VideoCodecAVC);
+        const UserDataHandle editor(VideoCodecAVC);
         u32 count = 0, size = 0, *sizes = nullptr;
         u8** nals = nullptr;
         const u8* out = nullptr;
         AllocationWatch watch;
         watch.During([&] {
             GetNalFromFrame(handle.Get(), frame.data(), frame.Size(), &count, &nals, &sizes);
-            RemoveUserData(editor, frame.data(), frame.Size(), &out, &size);
+            RemoveUserData(editor.Get(), frame.data(), frame.Size(), &out, &size);
         });
         EXPECT_TRUE(count == 2 * units && size == frame.size());
-        UserDataRelease(editor);
         return watch.Work();
     };
     const u64 small = workFor(50000);
@@ -84,14 +81,9 @@ TEST(GrowthCost, TwiceTheNalUnitsCostAboutTwiceToSplitAndToStrip)
     EXPECT_LE(workFor(100000), small * 5 / 2);
 }
 
-TEST(GrowthCost, TheFirstAccessUnitTakesFewAllocations)
+TEST_F(GrowthCost, TheFirstAccessUnitTakesFewAllocations)
 {
-#if defined(NALSMITH_EXACT_ALLOCATION)
-    GTEST_SKIP() << "this build allocates exact sizes, so that overruns are seen";
-#endif
-    const Slice slice{
-        .nal_unit_type = kIdr, .first_mb_in_slice = 1, .data = Bytes(1390, 0x5A), .startCodeSize = 3};
-    const Bytes stream = AccessUnitOf(slice, 1500000);
+    const Bytes stream = AccessUnitOf(kSlice, 1500000);
     const ParsingHandle handle;
     handle.Feed(Sps{} + Pps{});
     VideoInfo info;
@@ -102,41 +94,37 @@ TEST(GrowthCost, TheFirstAccessUnitTakesFewAllocations)
 }
 
 // Once every buffer has held the largest of its kind, nothing is allocated, whatever the job.
-TEST(GrowthCost, NothingIsAllocatedInTheSteadyState)
+TEST(SteadyState, AllocatesNothing)
 {
     Bytes key = Delimiter{} + Sei{} + Slice{.nal_unit_type = kIdr, .data = Bytes(150000, 0x5A)};
     const Bytes data(3000, 0);
     const ParsingHandle handle(VideoCodecAVC, 3, 1000);
     handle.Feed(Sps{} + Pps{});
-    void* editor = nullptr;
-    UserDataCreate(&editor, VideoCodecAVC);
+    const UserDataHandle editor(VideoCodecAVC);
     const auto round = [&] {
         VideoInfo info;
         VideoInfoEx verdict;
-        u32 count = 0, size = 0;
-        u32* sizes = nullptr;
+        u32 count = 0, size = 0, *sizes = nullptr;
         u8** nals = nullptr;
         const u8* out = nullptr;
         ParseVideoParams(handle.Get(), key.data(), key.Size(), &info);
         VideoSampleTest(handle.Get(), key.data(), key.Size(), &verdict);
         GetNalFromFrame(handle.Get(), key.data(), key.Size(), &count, &nals, &sizes);
-        EXPECT_EQ(AddUserData(editor, key.data(), key.Size(), data.data(), data.Size(), &out, &size), 0);
-        EXPECT_EQ(RemoveUserData(editor, out, size, &out, &size), 0);
-        EXPECT_EQ(GetUserData(editor, out, size, &out, &size), 0);
+        EXPECT_EQ(AddUserData(editor.Get(), key.data(), key.Size(), data.data(), data.Size(), &out, &size),
+                  0);
+        EXPECT_EQ(RemoveUserData(editor.Get(), out, size, &out, &size), 0);
+        EXPECT_EQ(GetUserData(editor.Get(), out, size, &out, &size), 0);
         EXPECT_EQ(count, 3u);
     };
+    const auto rounds = [&](int count) {
+        for (int i = 0; i < count; ++i)
+            round();
+    };
     AllocationWatch first, later;
-    first.During([&] {
-        for (int i = 0; i < 4; ++i)
-            round();
-    });
-    later.During([&] {
-        for (int i = 0; i < 12; ++i)
-            round();
-    });
+    first.During([&] { rounds(4); });
+    later.During([&] { rounds(12); });
     EXPECT_GT(first.Calls(), 0u);
     EXPECT_EQ(later.Calls(), 0u);
-    UserDataRelease(editor);
 }
 
 } // namespace

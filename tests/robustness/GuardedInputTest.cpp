@@ -101,8 +101,57 @@ TEST(GuardedInput, MayBeAnyBeginningOfAStream)
     }
 }
 
+// Parameter sets with everything in them, key pictures with and without them, SEI between.
+Bytes RichStream(VideoCodecType codec)
+{
+    using avctest::ScalingList, avctest::Timing, avctest::VideoSignal;
+    const avctest::Vui vui{.aspect_ratio_idc = 255, .signal = VideoSignal{5, 0, 1}, .timing = Timing{}};
+    if (codec == VideoCodecHEVC) {
+        using namespace hevctest;
+        const Sps sps{.subLayers = {{1, 1}},
+                      .scaling_list_enabled_flag = 1,
+                      .pcm_enabled_flag = 1,
+                      .st_ref_pic_sets = {{2, 1}, {.flags = "1 01 00 1"}},
+                      .vui = vui};
+        return Delimiter{} + Vps{} + sps + Pps{} + Slice{.nal_unit_type = kIdr} + Sei{} + Slice{} +
+               Delimiter{} + Slice{.nal_unit_type = kCra} + Sei{40} + Slice{};
+    }
+    using namespace avctest;
+    const Sps sps{.profile_idc = 244,
+                  .chroma_format = true,
+                  .chroma_format_idc = 3,
+                  .scaling_lists = std::vector<ScalingList>(12, std::vector<i32>{4, -12}),
+                  .pic_order_cnt_type = 1,
+                  .offset_for_ref_frame = {1, -1, 2},
+                  .frame_mbs_only_flag = 0,
+                  .crop = Cropping{.bottom = 1},
+                  .vui = vui};
+    return Delimiter{} + sps + Pps{} + Slice{.sps = sps, .nal_unit_type = kIdr} + Sei{} +
+           Slice{.sps = sps, .frame_num = 1, .delta_pic_order_cnt = {-3, 4}} + Delimiter{} +
+           Slice{.sps = sps, .nal_unit_type = kIdr, .idr_pic_id = 1, .startCodeSize = 3};
+}
+
+TEST(GuardedInput, MayBeWrongInAnyBit)
+{
+    for (const VideoCodecType codec : {VideoCodecAVC, VideoCodecHEVC}) {
+        const Bytes stream = RichStream(codec);
+        for (std::size_t bit = 0; bit < 8 * stream.size(); ++bit) {
+            Bytes damaged = stream;
+            damaged[bit / 8] = static_cast<u8>(damaged[bit / 8] ^ 0x80 >> bit % 8);
+            const ParsingHandle handle(codec, 2, 20);
+            handle.Feed(damaged);
+            for (const Reported& unit : handle.FeedAll(SplitNalUnits(damaged))) {
+                ASSERT_TRUE(IsStatus(unit.status));
+                ASSERT_EQ(Join(SplitNalUnits(unit.frame)), unit.frame) << "bit " << bit;
+            }
+            handle.Feed(stream); // and the next one is read as ever
+            ASSERT_EQ(handle.Flush().info.keyFrame, codec == VideoCodecAVC ? 1u : 0u) << "bit " << bit;
+        }
+    }
+}
+
 // Each thing handed out is intact until its own function is called again.
-TEST(GuardedInput, WhatOneFunctionHandedOutTheOthersLeaveAlone)
+TEST(GuardedInput, HandedOutByOneFunctionStaysIntactWhileOthersReadIt)
 {
     using namespace avctest;
     const Bytes unit = Delimiter{} + Sps{} + Pps{} + Slice{.nal_unit_type = kIdr};
@@ -128,6 +177,16 @@ TEST(GuardedInput, WhatOneFunctionHandedOutTheOthersLeaveAlone)
     EXPECT_EQ(Bytes(sets.ppsData, sets.ppsData + sets.ppsSize), Bytes(Pps{}));
     EXPECT_EQ(Bytes(info.frameData, info.frameData + info.frameSize), unit);
 
+    // It is input like any other, where no call writes to it.
+    u8* const again = const_cast<u8*>(info.frameData);
+    EXPECT_EQ(VideoSampleTest(handles.parsing, again, info.frameSize, &verdict), 0);
+    EXPECT_EQ(GetNalFromFrame(handles.parsing, again, info.frameSize, &count, &nals, &sizes), 0);
+    EXPECT_TRUE(count == 4 && nals[0] == again);
+    EXPECT_EQ(SetParameterSetData(handles.parsing, const_cast<u8*>(sets.spsData), sets.spsSize,
+                                  const_cast<u8*>(sets.ppsData), sets.ppsSize),
+              0);
+    EXPECT_EQ(Bytes(again, again + info.frameSize), unit);
+
     ASSERT_EQ(RemoveUserData(handles.userData, frame.get(), unit.Size(), &removed, &outSize), 0);
     ASSERT_EQ(AddUserData(handles.userData, other.get(), large.Size(), other.get(), large.Size(), &added,
                           &addedSize),
@@ -136,32 +195,6 @@ TEST(GuardedInput, WhatOneFunctionHandedOutTheOthersLeaveAlone)
     const Bytes before(added, added + addedSize);
     RemoveUserData(handles.userData, other.get(), large.Size(), &removed, &outSize);
     EXPECT_EQ(Bytes(added, added + addedSize), before);
-}
-
-// Frames and parameter sets that a handle handed out are input like any other, where no call writes to them.
-TEST(GuardedInput, MayBeWhatTheSameHandleHandedOut)
-{
-    using namespace avctest;
-    const Bytes unit = Delimiter{} + Sps{} + Pps{} + Slice{.nal_unit_type = kIdr};
-    const ParsingHandle handle;
-    handle.Feed(unit);
-    VideoInfo info = {};
-    ASSERT_EQ(ParseVideoParams(handle.Get(), nullptr, 0, &info), 0);
-    u8* const frame = const_cast<u8*>(info.frameData);
-    VideoInfoEx verdict = {};
-    VideoPicType type = VideoPicTypeUnknown;
-    ParameterSetData sets = {};
-    u32 count = 0, *sizes = nullptr;
-    u8** nals = nullptr;
-    EXPECT_EQ(VideoSampleTest(handle.Get(), frame, info.frameSize, &verdict), 0);
-    EXPECT_EQ(QueryType(handle.Get(), frame, info.frameSize, type), 0);
-    EXPECT_EQ(GetNalFromFrame(handle.Get(), frame, info.frameSize, &count, &nals, &sizes), 0);
-    EXPECT_TRUE(type == VideoPicTypeAllI && count == 4 && nals[0] == frame);
-    ASSERT_EQ(GetParameterSetData(handle.Get(), frame, info.frameSize, &sets), 0);
-    EXPECT_EQ(SetParameterSetData(handle.Get(), const_cast<u8*>(sets.spsData), sets.spsSize,
-                                  const_cast<u8*>(sets.ppsData), sets.ppsSize),
-              0);
-    EXPECT_EQ(Bytes(frame, frame + info.frameSize), unit);
 }
 
 } // namespace

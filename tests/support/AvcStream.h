@@ -36,6 +36,13 @@ struct Timing {
     u32 num_units_in_tick = 1, time_scale = 50;
 };
 
+struct Cropping {
+    u32 left = 0, right = 0, top = 0, bottom = 0;
+
+    void Write(BitWriter& out) const { out.ues({left, right, top, bottom}); }
+};
+
+// Of both codecs; def_disp_win is H.265's.
 struct Vui {
     std::optional<u32> aspect_ratio_idc = {};
     u32 sar_width = 1, sar_height = 1;
@@ -43,8 +50,9 @@ struct Vui {
     std::optional<VideoSignal> signal = {};
     std::optional<u32> chroma_sample_loc_type = {}; // of both fields
     std::optional<Timing> timing = {};
+    std::optional<Cropping> def_disp_win = {};
 
-    void Write(BitWriter& out) const
+    void Write(BitWriter& out, bool hevc = false) const
     {
         out.Optional(aspect_ratio_idc, [&](u32 idc) { out.u(8, idc); });
         if (aspect_ratio_idc == 255)
@@ -55,14 +63,17 @@ struct Vui {
             if (s.colour_description_present_flag != 0)
                 out.u(8, s.colour_primaries).u(8, s.transfer_characteristics).u(8, s.matrix_coefficients);
         });
-        out.Optional(chroma_sample_loc_type, [&](u32 type) { out.ue(type).ue(type); });
-        out.Optional(timing, [&](Timing t) { out.u(32, t.num_units_in_tick).u(32, t.time_scale).u(1, 1); });
-        out.u(4, 0); // no HRD parameters, pic_struct_present_flag, bitstream_restriction_flag
+        out.Optional(chroma_sample_loc_type, [&](u32 type) { out.ues({type, type}); });
+        if (hevc) {
+            out.u(3, 1); // neutral_chroma_indication_flag, field_seq_flag, frame_field_info_present_flag
+            out.Optional(def_disp_win, [&](const Cropping& c) { c.Write(out); });
+        }
+        out.Optional(timing, [&](Timing t) {
+            out.u(32, t.num_units_in_tick).u(32, t.time_scale);
+            out.u(hevc ? 2 : 1, hevc ? 0 : 1); // no counts or HRD parameters; fixed_frame_rate_flag
+        });
+        out.u(hevc ? 1 : 4, 0); // no HRD parameters, pic_struct_present_flag, bitstream_restriction_flag
     }
-};
-
-struct Cropping {
-    u32 left = 0, right = 0, top = 0, bottom = 0;
 };
 
 // delta_scale values of one list; nothing for seq_scaling_list_present_flag 0.
@@ -102,7 +113,7 @@ struct Sps {
         out.ue(pic_width_in_mbs - 1).ue(pic_height_in_map_units - 1).u(1, frame_mbs_only_flag);
         out.u(frame_mbs_only_flag == 0 ? 1 : 0, 1)
             .u(1, 1); // mb_adaptive_frame_field_, direct_8x8_inference_flag
-        out.Optional(crop, [&](Cropping c) { out.ue(c.left).ue(c.right).ue(c.top).ue(c.bottom); });
+        out.Optional(crop, [&](const Cropping& c) { c.Write(out); });
         out.Optional(vui, [&](const Vui& v) { v.Write(out); });
         return out.TrailingBits().Take();
     }
@@ -130,7 +141,7 @@ struct Pps {
         BitWriter out;
         out.ue(pic_parameter_set_id).ue(seq_parameter_set_id).u(1, entropy_coding_mode_flag);
         out.u(1, bottom_field_pic_order_in_frame_present_flag);
-        out.ue(0).ue(0).ue(0).u(3, 0).se(0).se(0).se(0).u(3, 0); // one slice group; no prediction weights
+        out.ues({0, 0, 0}).u(3, 0).ues({0, 0, 0}).u(3, 0); // one slice group; no prediction weights
         return Nal(8, out.TrailingBits().Take(), 3);
     }
 };

@@ -4,6 +4,8 @@
 
 #include "Bytes.h"
 
+#include <initializer_list>
+
 class BitWriter {
 public:
     BitWriter& u(u32 n, u64 value)
@@ -19,6 +21,12 @@ public:
         while (value + 1 >= u64{2} << length)
             ++length;
         return u(length, 0).u(length + 1, value + 1);
+    }
+    BitWriter& ues(std::initializer_list<u64> values)
+    {
+        for (const u64 value : values)
+            ue(value);
+        return *this;
     }
     BitWriter& se(i64 value) { return ue(static_cast<u64>(value > 0 ? 2 * value - 1 : -2 * value)); }
 
@@ -70,19 +78,40 @@ inline Bytes NalUnitOf(const Bytes& content, u32 startCodeSize)
     return (startCodeSize == 3 ? "00 00 01"_bytes : "00 00 00 01"_bytes) + WithEmulationPrevention(content);
 }
 
+inline Bytes WithoutEmulationPrevention(const Bytes& in)
+{
+    Bytes out;
+    for (std::size_t i = 0; i < in.size();) {
+        const bool drops = in.size() - i >= 4 && in[i] == 0 && in[i + 1] == 0 && in[i + 2] == 3;
+        out.insert(out.end(), &in[i], &in[i] + (drops ? 2 : 1));
+        i += drops ? 3 : 1;
+    }
+    return out;
+}
+
+// Where the first start code begins; the size when there is none. In the last four bytes none is seen.
+inline std::size_t StartCode(const Bytes& p, std::size_t from = 0)
+{
+    for (std::size_t i = from; i + 4 < p.size(); ++i)
+        if (p[i] == 0 && p[i + 1] == 0 && (p[i + 2] == 1 || (p[i + 2] == 0 && p[i + 3] == 1)))
+            return i;
+    return p.size();
+}
+
+inline std::size_t CodeSize(const Bytes& unit)
+{
+    return unit[2] == 1 ? 3 : 4;
+}
+
 // The NAL units of a stream, zero bytes between them left with the one in front.
 inline std::vector<Bytes> SplitNalUnits(const Bytes& stream)
 {
     std::vector<Bytes> units;
-    const auto codeAt = [&](std::size_t at) {
-        return at + 3 <= stream.size() && stream[at] == 0 && stream[at + 1] == 0 && stream[at + 2] == 1;
-    };
-    for (std::size_t i = 0; i < stream.size(); ++i) {
-        const bool behindZero = i > 0 && stream[i - 1] == 0;
-        if ((codeAt(i) && !behindZero) || (stream[i] == 0 && codeAt(i + 1)))
-            units.emplace_back();
-        if (!units.empty())
-            units.back().push_back(stream[i]);
+    std::size_t at = StartCode(stream);
+    while (stream.size() - at > 4) {
+        const std::size_t next = StartCode(stream, at + (stream[at + 2] == 1 ? 3 : 4));
+        units.push_back(stream.From(at, next - at));
+        at = next;
     }
     return units;
 }

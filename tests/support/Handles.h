@@ -29,6 +29,13 @@ inline bool AllFieldsAre(u32 value, const VideoInfo& info)
            SequenceFieldsOf(info) == same;
 }
 
+// A record without memory is no failure of the call that read it: slices that need it are refused.
+inline bool IsOfARecord(u64 size)
+{
+    return size == sizeof(AvcSpsInfo) || size == sizeof(AvcPpsInfo) || size == sizeof(HevcVpsRecord) ||
+           size == sizeof(HevcSpsRecord) || size == sizeof(HevcPpsRecord);
+}
+
 // A value that no call leaves by chance, in every field.
 constexpr u32 kUnwritten = 0xEEEEEEEE;
 
@@ -95,4 +102,29 @@ inline std::vector<Bytes> FramesOf(const std::vector<Reported>& units)
     for (const Reported& unit : units)
         frames.push_back(unit.frame);
     return frames;
+}
+
+// What one call of VideoSampleTest() said.
+struct Verdict {
+    Status status = 0;
+    u32 discontinuity = 0, isFramePicture = 0, intraPicture = 0;
+
+    bool operator==(const Verdict&) const = default;
+};
+
+inline void PrintTo(const Verdict& v, std::ostream* out)
+{
+    *out << v.status << ": " << v.discontinuity << v.isFramePicture << v.intraPicture;
+}
+
+inline Verdict Judge(const ParsingHandle& handle, const Bytes& sample)
+{
+    VideoInfoEx info = {7, 7, 7};
+    const Status status = VideoSampleTest(handle.Get(), sample.Exact().get(), sample.Size(), &info);
+    return {status, info.discontinuity, info.isFramePicture, info.intraPicture};
+}
+
+inline Bytes Held(const VideoQueueInfo& slot)
+{
+    return Bytes(slot.buffer, slot.buffer + slot.length);
 }

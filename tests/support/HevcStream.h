@@ -11,6 +11,7 @@ namespace hevctest {
 using avctest::Cropping;
 using avctest::Timing;
 using avctest::VideoSignal;
+using avctest::Vui;
 
 inline Bytes NalHeader(u32 nal_unit_type, u32 nuh_layer_id = 0, u32 nuh_temporal_id_plus1 = 1)
 {
@@ -93,35 +94,6 @@ struct ShortTermSet {
     std::string flags = {};
 };
 
-struct Vui {
-    std::optional<u32> aspect_ratio_idc = {};
-    u32 sar_width = 1, sar_height = 1;
-    std::optional<u32> overscan_appropriate_flag = {};
-    std::optional<VideoSignal> signal = {};
-    std::optional<u32> chroma_sample_loc_type = {}; // of both fields
-    std::optional<Cropping> def_disp_win = {};
-    std::optional<Timing> timing = {};
-
-    void Write(BitWriter& out) const
-    {
-        out.Optional(aspect_ratio_idc, [&](u32 idc) {
-            out.u(8, idc).u(idc == 255 ? 16 : 0, sar_width).u(idc == 255 ? 16 : 0, sar_height);
-        });
-        out.Optional(overscan_appropriate_flag, [&](u32 flag) { out.u(1, flag); });
-        out.Optional(signal, [&](const VideoSignal& s) {
-            const u32 colour = 8 * s.colour_description_present_flag;
-            out.u(3, s.video_format).u(1, s.video_full_range_flag).u(1, s.colour_description_present_flag);
-            out.u(colour, s.colour_primaries).u(colour, s.transfer_characteristics);
-            out.u(colour, s.matrix_coefficients);
-        });
-        out.Optional(chroma_sample_loc_type, [&](u32 type) { out.ue(type).ue(type); });
-        out.u(3, 1); // neutral_chroma_indication_flag, field_seq_flag, frame_field_info_present_flag
-        out.Optional(def_disp_win, [&](Cropping c) { out.ue(c.left).ue(c.right).ue(c.top).ue(c.bottom); });
-        out.Optional(timing, [&](Timing t) { out.u(32, t.num_units_in_tick).u(32, t.time_scale).u(2, 0); });
-        out.u(1, 0); // bitstream_restriction_flag
-    }
-};
-
 struct Sps {
     u32 sps_video_parameter_set_id = 0;
     std::vector<SubLayer> subLayers = {};
@@ -151,7 +123,7 @@ struct Sps {
                 out.u(log2_max_pic_order_cnt_lsb_minus4 + 4, lsb).u(1, 1);
         });
         out.u(2, 2); // sps_temporal_mvp_enabled_flag, strong_intra_smoothing_enabled_flag
-        out.Optional(vui, [&](const Vui& v) { v.Write(out); });
+        out.Optional(vui, [&](const Vui& v) { v.Write(out, true); });
         return out.u(1, 0).TrailingBits().Take();
     }
 
@@ -164,7 +136,7 @@ struct Sps {
         out.ue(sps_seq_parameter_set_id).ue(chroma_format_idc);
         out.u(chroma_format_idc == 3 ? 1 : 0, separate_colour_plane_flag);
         out.ue(pic_width_in_luma_samples).ue(pic_height_in_luma_samples);
-        return out.Optional(conf_win, [&](Cropping c) { out.ue(c.left).ue(c.right).ue(c.top).ue(c.bottom); });
+        return out.Optional(conf_win, [&](const Cropping& c) { c.Write(out); });
     }
 
     // Up to the reference picture sets.

@@ -3,6 +3,7 @@
 #include "FailingAllocation.h"
 #include "UserData.h"
 
+#include <functional>
 #include <random>
 
 namespace {
@@ -206,39 +207,36 @@ TEST_P(UserDataPayload, RemovalsBuffersGrowAsStated)
 // Growth fails at each point in turn; the same call works once there is memory again.
 TEST_P(UserDataPayload, WithoutMemoryThereIsNoResult)
 {
-    using Call = Status (*)(void*, const Bytes&, Edited&);
-    const Call add = [](void* handle, const Bytes& frame, Edited& out) {
-        return AddUserData(handle, frame.data(), frame.Size(), kMuch.data(), kMuch.Size(), &out.at,
-                           &out.size);
+    using Call = std::function<Status(void*, Edited&)>;
+    const Bytes large(3500000, 0), kept = MessagesOf(60000), full = f_.Sei(Own(large)),
+                                   mixed = f_.Sei(kept + Own(kMuch) + kept);
+    const Call add = [&](void* handle, Edited& out) {
+        return AddUserData(handle, full.data(), full.Size(), kMuch.data(), kMuch.Size(), &out.at, &out.size);
     };
-    const Call find = [](void* handle, const Bytes& frame, Edited& out) {
-        return GetUserData(handle, frame.data(), frame.Size(), &out.at, &out.size);
+    const Call find = [&](void* handle, Edited& out) {
+        return GetUserData(handle, full.data(), full.Size(), &out.at, &out.size);
     };
-    const Call remove = [](void* handle, const Bytes& frame, Edited& out) {
-        return RemoveUserData(handle, frame.data(), frame.Size(), &out.at, &out.size);
+    const Call remove = [&](void* handle, Edited& out) {
+        return RemoveUserData(handle, mixed.data(), mixed.Size(), &out.at, &out.size);
     };
-    const Bytes large(3500000, 0), kept = MessagesOf(60000);
     const struct {
-        Call call;
+        const Call& call;
         u64 buffers; // that grow
-        Bytes frame, expected;
+        Bytes expected;
     } rows[] = {
-        {add, 2, f_.Sei(Own(large)), f_.Sei(Own(large) + Own(kMuch))},
-        {find, 2, f_.Sei(Own(large)), large},
-        {remove, 4, f_.Sei(kept + Own(kMuch) + kept), f_.Sei(kept + kept)},
-    };
+        {add, 2, f_.Sei(Own(large) + Own(kMuch))}, {find, 2, large}, {remove, 4, f_.Sei(kept + kept)}};
     for (const auto& row : rows) {
         u64 n = 0;
         for (bool failed = true; failed;) {
             const UserDataHandle handle(f_.codec);
             Edited out;
             AllocationWatch watch(Failing::Once, ++n);
-            const Status status = watch.During([&] { return row.call(handle.Get(), row.frame, out); });
+            const Status status = watch.During([&] { return row.call(handle.Get(), out); });
             failed = watch.Failures() != 0;
             if (failed) {
                 EXPECT_EQ(status, -1);
-                EXPECT_TRUE(row.call == add ? out.Untouched() : out.Nothing()) << n;
-                EXPECT_EQ(row.call(handle.Get(), row.frame, out), 0);
+                EXPECT_TRUE(&row.call == &add ? out.Untouched() : out.Nothing()) << n;
+                EXPECT_EQ(row.call(handle.Get(), out), 0);
             }
             EXPECT_EQ(out.Content(), row.expected);
         }

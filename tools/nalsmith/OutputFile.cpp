@@ -89,7 +89,7 @@ void OutputFile::OpenBeside(unsigned mode)
 
 void OutputFile::Write(nalsmith::BytesView bytes)
 {
-    if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size())
+    if (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size())
         Fail(errno);
     bytesWritten_ += bytes.size();
 }

@@ -83,7 +83,7 @@ void OutputFolder::BeginFile()
 
 void OutputFolder::Write(nalsmith::BytesView bytes)
 {
-    if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size())
+    if (!bytes.empty() && std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size())
         Fail(errno);
     bytesWritten_ += bytes.size();
 }

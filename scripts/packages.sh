@@ -11,6 +11,7 @@ CONSUMER_PACKAGES="clang make pkg-config"
 ABI_PACKAGES="abigail-tools"
 REFERENCE_PACKAGES="doxygen"
 FUZZ_PACKAGES="clang libclang-rt-14-dev"
+MEMCHECK_PACKAGES="valgrind"
 
 is_installed() {
     [ "$(dpkg-query --show --showformat '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]

@@ -172,7 +172,7 @@ NALSMITH_API std::int64_t GetParameterSetData(void* handle, std::uint8_t* frame,
 /// for another stream.
 ///
 /// \param handle    a parsing handle
-/// \param data,size the piece and its bytes; null, or 0, is the flush
+/// \param data,size the piece and its bytes, not in an access unit of the handle; null, or 0, is the flush
 /// \param info      receives the description; zeroed first
 /// \return 0; -1 for a null `info`, a piece without start code, a NAL unit with `forbidden_zero_bit` set (the
 ///         rest of the piece is not read), or lack of memory. `info` describes what was completed also then
@@ -223,8 +223,8 @@ NALSMITH_API std::int64_t SetVideoData(void* handle, std::uint8_t* data, std::ui
 /// \param isSlice         receives true for `nal_unit_type` 1, 2 and 5
 /// \param sliceHeaderSize receives, for a slice, the bytes behind the NAL unit header, as stored, up to and
 ///                        including the one in which reading stopped (behind the picture order count
-///                        syntax, or behind `pic_parameter_set_id` when the parameter sets are unknown);
-///                        else 0
+///                        syntax, or behind `pic_parameter_set_id` when the parameter sets are unknown),
+///                        more than `nalSize` where `00 00 03` is missing; else 0
 /// \return 0; -1 at the end, for a bare start code and for `forbidden_zero_bit` set (outputs null and 0; the
 ///         next call goes on behind it), and for a null output pointer. On an H.265 handle: 0, outputs
 ///         untouched

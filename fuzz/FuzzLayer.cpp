@@ -72,9 +72,10 @@ void use(Codec codec, BytesView unit, ContinuityChecker& checker, UserDataEditor
 {
     checker.check(unit);
     sei_messages(codec, unit);
-    if (const auto added = editor.add(unit, unit.subview(0, 40))) {
-        const Bytes copy(added->begin(), added->end());
-        require(editor.get(copy).has_value());
+    const BytesView data = unit.subview(0, 40);
+    if (const auto added = editor.add(unit, data)) {
+        const auto again = editor.add(*added, data);
+        require(again.has_value() && editor.get(*again).has_value());
     }
     editor.remove(unit);
     Bytes prefixed;

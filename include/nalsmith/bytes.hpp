@@ -56,6 +56,12 @@ public:
     constexpr BytesView() noexcept = default;
     /// `size` bytes from `data` on, which stay the caller's.
     constexpr BytesView(const std::uint8_t* data, std::size_t size) noexcept : data_(data), size_(size) {}
+    /// The same of `char` or `std::byte`.
+    template <typename Byte, typename = std::enable_if_t<sizeof(Byte) == 1>>
+    BytesView(const Byte* data, std::size_t size) noexcept
+        : data_(reinterpret_cast<const std::uint8_t*>(data)), size_(size)
+    {
+    }
 
     /// Of a vector, array, string or the like whose elements are single bytes.
     template <typename Container,
@@ -80,6 +86,9 @@ public:
             offset = size_;
         return {data_ + offset, count < size_ - offset ? count : size_ - offset};
     }
+
+    /// A copy, to be kept for as long as it is wanted.
+    std::vector<std::uint8_t> to_bytes() const { return {begin(), end()}; }
 
 private:
     const std::uint8_t* data_ = nullptr;

@@ -7,10 +7,13 @@
 #include "nalsmith/handles.hpp"
 #include "nalsmith/sei.hpp"
 
+#include <functional>
+
 namespace nalsmith {
 
 /// Carries bytes of the caller's in access units, as AddUserData(), GetUserData() and RemoveUserData() do.
-/// Bare start codes, which hold no NAL unit and would hide what is behind them, are left out.
+/// Bare start codes, which hold no NAL unit and would hide what is behind them, are left out. What an editor
+/// answers may be handed to it again.
 ///
 /// \code
 /// nalsmith::UserDataEditor editor(nalsmith::Codec::h265);
@@ -24,14 +27,14 @@ public:
     /// Where there is no memory for the library's handle, the first call says so.
     explicit UserDataEditor(Codec codec) noexcept : codec_(codec), handle_(make_user_data_handle(codec)) {}
 
-    /// The access unit with `data` put in. Valid until the next add() or get(). What add() or get() answered
-    /// is not to be handed in again: copy it first.
+    /// The access unit with `data` put in. Valid until the next add() or get().
     std::optional<BytesView> add(BytesView unit, BytesView data)
     {
         if (!accept(unit) || !accept_size(data) || !check_place(unit))
             return std::nullopt;
+        unit = apart_from(found_, unit);
         const std::uint8_t nothing = 0;
-        return result([&](const std::uint8_t** out, std::uint32_t* size) {
+        return result(found_, [&](const std::uint8_t** out, std::uint32_t* size) {
             return AddUserData(handle_.get(), unit.data(), detail::library_size(unit.size()),
                                data.empty() ? &nothing : data.data(), detail::library_size(data.size()), out,
                                size);
@@ -44,7 +47,7 @@ public:
     {
         if (!accept(unit))
             return std::nullopt;
-        return result([&](const std::uint8_t** out, std::uint32_t* size) {
+        return result(found_, [&](const std::uint8_t** out, std::uint32_t* size) {
             return GetUserData(handle_.get(), unit.data(), detail::library_size(unit.size()), out, size);
         });
     }
@@ -54,7 +57,8 @@ public:
     {
         if (!accept(unit))
             return std::nullopt;
-        return result([&](const std::uint8_t** out, std::uint32_t* size) {
+        unit = apart_from(removed_, unit);
+        return result(removed_, [&](const std::uint8_t** out, std::uint32_t* size) {
             return RemoveUserData(handle_.get(), unit.data(), detail::library_size(unit.size()), out, size);
         });
     }
@@ -80,11 +84,21 @@ private:
 
     BytesView without_bare(BytesView unit)
     {
-        cleaned_.clear();
+        copy_.clear();
         for (const NalUnit& nal : NalUnits(codec_, unit))
             if (!nal.bare())
-                append(cleaned_, nal.bytes);
-        return cleaned_;
+                append(copy_, nal.bytes);
+        return copy_;
+    }
+
+    // The library refuses to read from the buffer that it writes to.
+    BytesView apart_from(BytesView written, BytesView unit)
+    {
+        const std::less<const std::uint8_t*> before;
+        if (!before(unit.begin(), written.end()) || !before(written.begin(), unit.end()))
+            return unit;
+        copy_ = unit.to_bytes();
+        return copy_;
     }
 
     bool accept_size(BytesView bytes) noexcept
@@ -115,19 +129,22 @@ private:
     }
 
     template <typename Call>
-    std::optional<BytesView> result(const Call& call)
+    std::optional<BytesView> result(BytesView& written, const Call& call)
     {
         const std::uint8_t* out = nullptr;
         std::uint32_t size = 0;
         status_ = call(&out, &size) == 0 ? Status::ok : Status::malformed;
         if (status_ != Status::ok || out == nullptr)
             return std::nullopt;
-        return BytesView(out, size);
+        written = BytesView(out, size);
+        return written;
     }
 
     Codec codec_;
     UserDataHandle handle_;
-    Bytes cleaned_;
+    Bytes copy_;        // of a unit that cannot be handed on as it is
+    BytesView found_;   // what add() or get() answered last
+    BytesView removed_; // what remove() answered last
     Status status_ = Status::ok;
 };
 

@@ -24,7 +24,7 @@ TEST(UserData, ComesBackFromTheUnitThatItWasPutInto)
             const std::size_t messages = sei_messages(codec, kept.bytes).size();
             const auto added = editor.add(kept.bytes, data);
             ASSERT_TRUE(added);
-            const Bytes unit(added->begin(), added->end());
+            const Bytes unit = added->to_bytes();
             const std::vector<SeiMessage> all = sei_messages(codec, unit);
             ASSERT_EQ(all.size(), messages + 1);
             EXPECT_TRUE(std::ranges::any_of(all, [&](const SeiMessage& message) {
@@ -37,6 +37,17 @@ TEST(UserData, ComesBackFromTheUnitThatItWasPutInto)
             ASSERT_TRUE(removed);
             EXPECT_FALSE(editor.get(*removed));
             EXPECT_EQ(editor.status(), Status::ok);
+
+            // Answers are input again.
+            const auto moved = editor.add(kept.bytes, *editor.get(unit));
+            EXPECT_TRUE(moved && std::ranges::equal(*moved, unit));
+            const auto twice = editor.add(*editor.add(unit, data), data);
+            ASSERT_TRUE(twice);
+            EXPECT_EQ(sei_messages(codec, *twice).size(), messages + 3);
+            const Bytes plain = editor.remove(*twice)->to_bytes();
+            const auto still = editor.remove(*editor.remove(*twice));
+            ASSERT_TRUE(still);
+            EXPECT_TRUE(std::ranges::equal(*still, plain));
             ++edited;
         }
         EXPECT_GT(edited, 10u);

@@ -13,7 +13,8 @@ namespace nalsmith {
 
 /// Carries bytes of the caller's in access units, as AddUserData(), GetUserData() and RemoveUserData() do.
 /// Bare start codes, which hold no NAL unit and would hide what is behind them, are left out. What an editor
-/// answers may be handed to it again.
+/// answers may be handed to it again. A NAL unit of one byte that ends the unit behind an SEI NAL unit, and a
+/// slice of one byte, get a start code of four bytes.
 ///
 /// \code
 /// nalsmith::UserDataEditor editor(nalsmith::Codec::h265);
@@ -72,22 +73,40 @@ private:
     {
         bool bare = false;
         bool any = false;
+        bool behind_sei = false;
+        bool unseen = false;
         for (const NalUnit& nal : NalUnits(codec_, unit)) {
             bare = bare || nal.bare();
             any = any || !nal.bare();
+            unseen = short_start_code_hides(nal) && (behind_sei || nal.is_slice());
+            behind_sei = is_sei(nal);
         }
         status_ = !handle_ ? Status::no_memory : any ? Status::ok : Status::no_start_code;
-        if (bare)
-            unit = without_bare(unit);
+        if (bare || unseen)
+            unit = readable(unit);
         return status_ == Status::ok && accept_size(unit);
     }
 
-    BytesView without_bare(BytesView unit)
+    bool is_sei(const NalUnit& nal) const noexcept
+    {
+        return nal.type() == (codec_ == Codec::h264 ? 6U : 39U);
+    }
+
+    // The library takes four such bytes at the end of a buffer for the end of the NAL unit before them.
+    static bool short_start_code_hides(const NalUnit& nal) noexcept
+    {
+        return nal.bytes.size() == 4 && nal.start_code_size == 3;
+    }
+
+    BytesView readable(BytesView unit)
     {
         copy_.clear();
-        for (const NalUnit& nal : NalUnits(codec_, unit))
+        for (const NalUnit& nal : NalUnits(codec_, unit)) {
+            if (short_start_code_hides(nal))
+                copy_.push_back(0);
             if (!nal.bare())
                 append(copy_, nal.bytes);
+        }
         return copy_;
     }
 
@@ -116,7 +135,7 @@ private:
             if (nal.is_slice())
                 return true;
             std::vector<SeiMessage> messages;
-            if (!sei && nal.type() == (codec_ == Codec::h264 ? 6U : 39U)) {
+            if (!sei && is_sei(nal)) {
                 sei = true;
                 if (!detail::read_sei_nal(nal, messages)) {
                     status_ = Status::malformed;

@@ -54,6 +54,34 @@ TEST(UserData, ComesBackFromTheUnitThatItWasPutInto)
     }
 }
 
+// Behind a start code of three bytes the library would take the last byte for a part of the SEI NAL unit.
+TEST(UserData, LosesNoNalUnitOfOneByteAtTheEnd)
+{
+    const auto types_of = [](BytesView unit) {
+        std::vector<unsigned> types;
+        for (const NalUnit& nal : NalUnits(Codec::h264, unit))
+            types.push_back(nal.type());
+        return types;
+    };
+    UserDataEditor editor(Codec::h264);
+    const Bytes unit = {0, 0, 1, 6, 0x80, 0, 0, 1, 0x25};
+    const auto added = editor.add(unit, unit);
+    ASSERT_TRUE(added);
+    EXPECT_EQ(types_of(*added), (std::vector<unsigned>{6, 5}));
+    const auto again = editor.add(*added, unit);
+    ASSERT_TRUE(again);
+    EXPECT_TRUE(std::ranges::equal(editor.get(*again).value_or(BytesView()), unit));
+
+    const auto bare_slice = editor.add(Bytes{0, 0, 1, 9, 0x10, 0, 0, 1, 0x25}, unit);
+    ASSERT_TRUE(bare_slice);
+    EXPECT_EQ(types_of(*bare_slice), (std::vector<unsigned>{9, 6, 5}));
+
+    const Bytes sequence_ends = {0, 0, 1, 0x65, 0x88,
+                                 0, 0, 1, 0x0A}; // here nothing is in doubt, nothing changes
+    const auto removed = editor.remove(sequence_ends);
+    EXPECT_TRUE(removed && std::ranges::equal(*removed, sequence_ends));
+}
+
 TEST(Sei, IsReadWhateverItsTypeAndItsNalUnit)
 {
     const Bytes unit = {0, 0, 1, 0x4E, 1, 0xFF, 1, 2, 7, 8, 5, 1,   9,    0x80, // prefix: type 256, then 5

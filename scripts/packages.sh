@@ -31,6 +31,6 @@ need() {
     say "installing ${missing[*]}"
     export DEBIAN_FRONTEND=noninteractive
     quietly apt-get update || fail "apt-get update failed; still missing: ${missing[*]}"
-    quietly apt-get install -y --no-install-recommends "${missing[@]}" ||
+    quietly apt-get -o DPkg::Lock::Timeout=300 install -y --no-install-recommends "${missing[@]}" ||
         fail "apt-get could not install: ${missing[*]}"
 }

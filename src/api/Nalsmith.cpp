@@ -6,6 +6,8 @@
 
 #include <new>
 
+using namespace nalsmith_internal;
+
 namespace {
 
 CParserBase* ParserOf(void* handle)

@@ -7,6 +7,8 @@
 
 #include <new>
 
+namespace nalsmith_internal {
+
 namespace {
 
 u8* MakeParameterSetCopy(u32& length)
@@ -167,3 +169,5 @@ Status CParseHEVCParams::Release()
     memory::Free(ppsNal);
     return CParserBase::Release();
 }
+
+} // namespace nalsmith_internal

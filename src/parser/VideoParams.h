@@ -13,6 +13,8 @@
 #include "queue/VideoQueue.h"
 #include "support/Types.h"
 
+namespace nalsmith_internal {
+
 namespace stream {
 class AccessUnit;
 }
@@ -282,3 +284,5 @@ public:
     i32 prevTid0Poc = 0;
     i32 picOrderCnt = 0;
 };
+
+} // namespace nalsmith_internal

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <exception>
 
+namespace nalsmith_internal {
+
 namespace {
 
 // Empty again, with the buffer kept for reuse.
@@ -120,3 +122,5 @@ void CVideoQueue::ResizeBuffer(VideoQueueInfo* slot, u64 newCapacity)
 {
     memory::GrowTo(slot->buffer, slot->capacity, newCapacity);
 }
+
+} // namespace nalsmith_internal

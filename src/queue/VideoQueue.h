@@ -6,6 +6,8 @@
 
 #include <vector>
 
+namespace nalsmith_internal {
+
 // One slot. Copied as plain bytes; a value-initialised one is empty.
 struct VideoQueueInfo {
     u8* buffer;    // owned by the queue
@@ -45,3 +47,5 @@ public:
         nullptr; // what stands behind the insertion point, while InsertParameterData() writes there
     u32 tailScratchCapacity = 0;
 };
+
+} // namespace nalsmith_internal

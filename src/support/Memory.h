@@ -17,7 +17,7 @@
 #endif
 #endif
 
-namespace memory {
+namespace nalsmith_internal::memory {
 
 constexpr u64 kLargestCapacity = std::numeric_limits<u32>::max();
 
@@ -112,4 +112,4 @@ inline void Copy(u8* to, const u8* from, u64 size)
         std::memcpy(to, from, static_cast<std::size_t>(size));
 }
 
-} // namespace memory
+} // namespace nalsmith_internal::memory

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace nalsmith_internal {
+
 using u8 = std::uint8_t;
 using u32 = std::uint32_t;
 using u64 = std::uint64_t;
@@ -14,3 +16,5 @@ using i64 = std::int64_t;
 using Status = i64;
 constexpr Status kOk = 0;
 constexpr Status kFailed = -1;
+
+} // namespace nalsmith_internal

@@ -9,6 +9,8 @@
 #include <type_traits>
 #include <vector>
 
+using namespace nalsmith_internal;
+
 namespace {
 
 struct Member {

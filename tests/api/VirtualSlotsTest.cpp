@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 #include <vector>
 
+using namespace nalsmith_internal;
+
 namespace {
 
 using Words = std::vector<u64>;

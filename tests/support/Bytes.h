@@ -10,6 +10,8 @@
 #include <ostream>
 #include <vector>
 
+using namespace nalsmith_internal; // tests look inside: its integer types, classes and rooms
+
 struct Bytes : std::vector<u8> {
     using vector::vector;
 

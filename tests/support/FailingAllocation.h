@@ -5,6 +5,8 @@
 
 #include "support/Types.h"
 
+using namespace nalsmith_internal;
+
 enum class Failing { Never, Once, FromThenOn };
 
 class AllocationWatch {

@@ -6,6 +6,8 @@
 
 #include <vector>
 
+using namespace nalsmith_internal;
+
 struct Kernel {
     const char* name;
     std::size_t (*find)(const u8* data, std::size_t size);

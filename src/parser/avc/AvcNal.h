@@ -4,6 +4,8 @@
 
 #include "parser/VideoParams.h"
 
+namespace nalsmith_internal {
+
 namespace avc {
 
 struct NalHeader {
@@ -79,3 +81,5 @@ inline avc::NalHeader CParseAVCParams::ReadNalHeader(const NalUnit& nal)
     InitReadData(nal.rbsp + 1, nal.rbspSize - 1);
     return avc::HeaderOf(*nal.rbsp);
 }
+
+} // namespace nalsmith_internal

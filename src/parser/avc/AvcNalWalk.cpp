@@ -6,6 +6,8 @@
 #include "parser/avc/AvcNal.h"
 #include "parser/bitstream/NextToRead.h"
 
+namespace nalsmith_internal {
+
 namespace avc {
 
 u32 StoredHeaderSize(const u8* payload, const u8* position, const u8* end)
@@ -69,3 +71,5 @@ Status CParseAVCParams::GetNalUnit(u8** nal, u32* nalSize, bool* isSlice, u32* s
     *nalSize = unit.size;
     return kOk;
 }
+
+} // namespace nalsmith_internal

@@ -4,7 +4,7 @@
 
 #include "support/Types.h"
 
-namespace avc {
+namespace nalsmith_internal::avc {
 
 // Bytes of a slice header as stored, emulation prevention included. `payload` is the first byte behind the
 // NAL unit header, `position` the byte that holds the first bit not read, `end` the end of the payload; all
@@ -12,4 +12,4 @@ namespace avc {
 // read.
 u32 StoredHeaderSize(const u8* payload, const u8* position, const u8* end);
 
-} // namespace avc
+} // namespace nalsmith_internal::avc

@@ -5,6 +5,8 @@
 #include "parser/bitstream/Scan.h"
 #include "support/Memory.h"
 
+namespace nalsmith_internal {
+
 namespace {
 
 constexpr u8 kStartCode[] = {0, 0, 0, 1};
@@ -152,3 +154,5 @@ Status CParseAVCParams::GetNalFromFrame(u8* frame, u32 size, u32* count, u8*** n
     }
     return status;
 }
+
+} // namespace nalsmith_internal

@@ -5,6 +5,8 @@
 
 #include "parser/records/ParameterSetTable.h"
 
+namespace nalsmith_internal {
+
 Status CParseAVCParams::ReadPictureParameterSetData(VideoInfo* /*info*/)
 {
     bitstream::Reading bits(*this);
@@ -18,3 +20,5 @@ Status CParseAVCParams::ReadPictureParameterSetData(VideoInfo* /*info*/)
     records::Store(ppsTable, pps.pic_parameter_set_id, pps);
     return kOk;
 }
+
+} // namespace nalsmith_internal

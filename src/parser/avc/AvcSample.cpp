@@ -9,6 +9,8 @@
 #include "parser/bitstream/Scan.h"
 #include "parser/stream/TestSample.h"
 
+namespace nalsmith_internal {
+
 using bitstream::NextToTest;
 
 namespace {
@@ -104,3 +106,5 @@ bool CParseAVCParams::TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& statu
         info.discontinuity = 1;
     return true;
 }
+
+} // namespace nalsmith_internal

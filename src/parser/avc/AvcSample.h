@@ -4,7 +4,7 @@
 
 #include "support/Types.h"
 
-namespace avc {
+namespace nalsmith_internal::avc {
 
 // Whether a picture's frame_num is the one behind that of the previous reference picture (H.264 7.4.3). A
 // `maxFrameNum` of 0 stands for 2^32 and more.
@@ -14,4 +14,4 @@ constexpr bool FollowsInFrameNum(u32 cur, u32 prevRef, u32 maxFrameNum)
     return cur == (maxFrameNum != 0 ? next % maxFrameNum : next);
 }
 
-} // namespace avc
+} // namespace nalsmith_internal::avc

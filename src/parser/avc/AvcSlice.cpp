@@ -7,6 +7,8 @@
 #include "parser/bitstream/Reading.h"
 #include "parser/records/ParameterSetTable.h"
 
+namespace nalsmith_internal {
+
 using bitstream::BitReader;
 
 namespace avc {
@@ -80,3 +82,5 @@ Status CParseAVCParams::ReadSliceHeaderData(VideoInfo* /*info*/, u32 nalUnitType
     prevSlice = slice;
     return kOk;
 }
+
+} // namespace nalsmith_internal

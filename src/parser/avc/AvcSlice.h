@@ -4,7 +4,7 @@
 
 #include "parser/records/AvcRecords.h"
 
-namespace avc {
+namespace nalsmith_internal::avc {
 
 // Whether the slice of header `cur` is the first of a picture, when that of header `prev` was read before it
 // (H.264 7.4.1.2.4). `pocType` is pic_order_cnt_type of the current slice's SPS. A slice that starts at the
@@ -31,4 +31,4 @@ inline bool BeginsPicture(const AvcSliceInfo& prev, const AvcSliceInfo& cur, u32
     return cur.first_mb_in_slice == 0;
 }
 
-} // namespace avc
+} // namespace nalsmith_internal::avc

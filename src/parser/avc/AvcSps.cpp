@@ -7,6 +7,8 @@
 #include "parser/syntax/Picture.h"
 #include "parser/syntax/VideoUsability.h"
 
+namespace nalsmith_internal {
+
 using bitstream::BitReader;
 
 namespace {
@@ -132,3 +134,5 @@ Status CParseAVCParams::ReadSequenceParameterSetData(VideoInfo* info)
     records::Store(spsTable, sps.seq_parameter_set_id, sps);
     return kOk;
 }
+
+} // namespace nalsmith_internal

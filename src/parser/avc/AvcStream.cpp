@@ -4,6 +4,8 @@
 #include "parser/avc/AvcNal.h"
 #include "parser/stream/ReadStream.h"
 
+namespace nalsmith_internal {
+
 using avc::Role;
 using stream::AccessUnit;
 
@@ -70,3 +72,5 @@ void CParseAVCParams::CompleteAccessUnit(AccessUnit& unit, VideoInfo& info)
     if (!ownSequence && info.keyFrame != 0 && streamInfo.sequenceInfoValid != 0)
         stream::CopySequenceFields(info, streamInfo);
 }
+
+} // namespace nalsmith_internal

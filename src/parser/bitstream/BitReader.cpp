@@ -2,6 +2,8 @@
 // The parser's own bit reader: one element a call.
 #include "parser/bitstream/Reading.h"
 
+namespace nalsmith_internal {
+
 using bitstream::Reading;
 
 u32 CParserBase::ReadData(u32 n)
@@ -24,3 +26,5 @@ Status CParserBase::GetDataPtr(u8** p) const
     *p = const_cast<u8*>(readPtr);
     return kOk;
 }
+
+} // namespace nalsmith_internal

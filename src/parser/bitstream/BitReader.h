@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace bitstream {
+namespace nalsmith_internal::bitstream {
 
 class BitReader {
 public:
@@ -143,4 +143,4 @@ private:
     u32 bits_ = 0;  // how many of them count
 };
 
-} // namespace bitstream
+} // namespace nalsmith_internal::bitstream

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace nalsmith_internal {
+
 using bitstream::DenseRun;
 using bitstream::FindZeroPair;
 
@@ -69,3 +71,5 @@ Status CParserBase::AddEscape(const u8* src, u32 size, u8* dst, u32* outLen)
     *outLen += static_cast<u32>(to - dst);
     return kOk;
 }
+
+} // namespace nalsmith_internal

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace nalsmith_internal {
+
 namespace {
 
 // What a scan leaves alone: the four bytes in which a start code would not be seen.
@@ -200,3 +202,5 @@ bool CParserBase::CompleteHead(NalUnit& nal)
         EndNal(nal);
     return Unescape(nal);
 }
+
+} // namespace nalsmith_internal

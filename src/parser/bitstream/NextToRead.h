@@ -5,7 +5,7 @@
 
 #include "parser/VideoParams.h"
 
-namespace bitstream {
+namespace nalsmith_internal::bitstream {
 
 // False for lack of memory. The payload is empty for a bare start code.
 template <typename Extent>
@@ -36,4 +36,4 @@ Status NextToTest(CParserBase& parser, NalUnit& nal)
     return UnescapeAsRead<Extent>(parser, nal) ? status : kFailed;
 }
 
-} // namespace bitstream
+} // namespace nalsmith_internal::bitstream

@@ -5,7 +5,7 @@
 #include "parser/VideoParams.h"
 #include "parser/bitstream/BitReader.h"
 
-namespace bitstream {
+namespace nalsmith_internal::bitstream {
 
 // Gives the position back at its end.
 class Reading : public BitReader {
@@ -27,4 +27,4 @@ private:
     CParserBase& parser_;
 };
 
-} // namespace bitstream
+} // namespace nalsmith_internal::bitstream

@@ -4,7 +4,7 @@
 
 #include "parser/VideoParams.h"
 
-namespace bitstream {
+namespace nalsmith_internal::bitstream {
 
 // Hands the buffer to the parser's scanner, and leaves the scanner empty behind it: whatever walk was under
 // way has ended, and nothing reads the buffer after the call that brought it.
@@ -27,4 +27,4 @@ private:
     CParserBase& parser_;
 };
 
-} // namespace bitstream
+} // namespace nalsmith_internal::bitstream

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-namespace bitstream {
+namespace nalsmith_internal::bitstream {
 namespace {
 
 constexpr u64 kOnes = 0x0101010101010101;
@@ -53,4 +53,4 @@ std::size_t FindZeroPairPortable(const u8* data, std::size_t size)
     return size;
 }
 
-} // namespace bitstream
+} // namespace nalsmith_internal::bitstream

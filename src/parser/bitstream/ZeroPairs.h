@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace bitstream {
+namespace nalsmith_internal::bitstream {
 
 // The first i with data[i] == 0 and data[i + 1] == 0, or `size` when there is none. Reads no byte outside.
 // Asks for the best kernel that the processor has, at every call: there is no state to keep.
@@ -40,4 +40,4 @@ std::size_t FindZeroPairAvx2(const u8* data, std::size_t size);
 std::size_t FindZeroPairNeon(const u8* data, std::size_t size);
 #endif
 
-} // namespace bitstream
+} // namespace nalsmith_internal::bitstream

@@ -6,7 +6,7 @@
 
 #include <arm_neon.h>
 
-namespace bitstream {
+namespace nalsmith_internal::bitstream {
 namespace {
 
 constexpr std::size_t kWidth = 16;
@@ -50,6 +50,6 @@ std::size_t FindZeroPairNeon(const u8* data, std::size_t size)
     }
 }
 
-} // namespace bitstream
+} // namespace nalsmith_internal::bitstream
 
 #endif

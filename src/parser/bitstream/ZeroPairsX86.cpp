@@ -9,7 +9,7 @@
 
 #define NALSMITH_AVX2 __attribute__((target("avx2")))
 
-namespace bitstream {
+namespace nalsmith_internal::bitstream {
 namespace {
 
 // In both kernels: bytes are zero in the OR of the data with itself one byte on where a pair begins. Blocks
@@ -95,6 +95,6 @@ NALSMITH_AVX2 std::size_t FindZeroPairAvx2(const u8* data, std::size_t size)
     }
 }
 
-} // namespace bitstream
+} // namespace nalsmith_internal::bitstream
 
 #endif

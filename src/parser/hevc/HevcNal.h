@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace nalsmith_internal {
+
 namespace hevc {
 
 struct NalHeader {
@@ -115,3 +117,5 @@ inline hevc::NalHeader CParseHEVCParams::ReadNalHeader(const NalUnit& nal)
     InitReadData(nal.rbsp + headerBytes, nal.rbspSize - headerBytes);
     return hevc::HeaderOf(nal.rbsp[0], headerBytes == 2 ? nal.rbsp[1] : u8{0});
 }
+
+} // namespace nalsmith_internal

@@ -4,6 +4,8 @@
 #include "parser/bitstream/Reading.h"
 #include "parser/records/ParameterSetTable.h"
 
+namespace nalsmith_internal {
+
 Status CParseHEVCParams::ReadPictureParameterSetData(VideoInfo* /*info*/)
 {
     bitstream::Reading bits(*this);
@@ -18,3 +20,5 @@ Status CParseHEVCParams::ReadPictureParameterSetData(VideoInfo* /*info*/)
     records::Store(ppsTable, pps.pps_pic_parameter_set_id, pps);
     return kOk;
 }
+
+} // namespace nalsmith_internal

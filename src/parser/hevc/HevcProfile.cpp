@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "parser/hevc/HevcProfile.h"
 
-namespace hevc {
+namespace nalsmith_internal::hevc {
 namespace {
 
 // The profile part: the same for the whole and for a sub-layer.
@@ -54,4 +54,4 @@ void SkipSubLayerOrderingInfo(bitstream::BitReader& reader, u32 maxSubLayersMinu
     }
 }
 
-} // namespace hevc
+} // namespace nalsmith_internal::hevc

@@ -4,7 +4,7 @@
 
 #include "parser/bitstream/BitReader.h"
 
-namespace hevc {
+namespace nalsmith_internal::hevc {
 
 // profile_tier_level(1, maxNumSubLayersMinus1) (H.265 7.3.3)
 void SkipProfileTierLevel(bitstream::BitReader& reader, u32 maxNumSubLayersMinus1);
@@ -12,4 +12,4 @@ void SkipProfileTierLevel(bitstream::BitReader& reader, u32 maxNumSubLayersMinus
 // From sub_layer_ordering_info_present_flag to the last of its triples.
 void SkipSubLayerOrderingInfo(bitstream::BitReader& reader, u32 maxSubLayersMinus1);
 
-} // namespace hevc
+} // namespace nalsmith_internal::hevc

@@ -4,6 +4,8 @@
 #include "parser/hevc/HevcNal.h"
 #include "parser/stream/TestSample.h"
 
+namespace nalsmith_internal {
+
 // A slice segment header does not tell the type of the whole picture, and nobody asked for that of a slice.
 Status CParseHEVCParams::QuerySliceType(const u8* /*data*/, u32 /*size*/, VideoPicType& type)
 {
@@ -38,3 +40,5 @@ bool CParseHEVCParams::TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& stat
         info.discontinuity = 1;
     return true;
 }
+
+} // namespace nalsmith_internal

@@ -7,6 +7,8 @@
 #include "parser/hevc/HevcNal.h"
 #include "parser/records/ParameterSetTable.h"
 
+namespace nalsmith_internal {
+
 using bitstream::BitReader;
 
 namespace {
@@ -75,3 +77,5 @@ Status CParseHEVCParams::ReadSliceHeaderData(VideoInfo* /*info*/, u32 nalUnitTyp
         prevTid0Poc = picOrderCnt;
     return kOk;
 }
+
+} // namespace nalsmith_internal

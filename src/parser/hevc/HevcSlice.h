@@ -4,7 +4,7 @@
 
 #include "support/Types.h"
 
-namespace hevc {
+namespace nalsmith_internal::hevc {
 
 // The picture order count of a picture that is neither IDR nor BLA, from that of the previous picture of the
 // lowest temporal layer that others may refer to (H.265 8.3.1). Modulo 2^32.
@@ -22,4 +22,4 @@ constexpr i32 PictureOrderCount(u32 slice_pic_order_cnt_lsb, u32 maxPicOrderCntL
     return static_cast<i32>(msb + slice_pic_order_cnt_lsb);
 }
 
-} // namespace hevc
+} // namespace nalsmith_internal::hevc

@@ -7,6 +7,8 @@
 #include "parser/syntax/Picture.h"
 #include "parser/syntax/VideoUsability.h"
 
+namespace nalsmith_internal {
+
 using bitstream::BitReader;
 
 namespace {
@@ -173,3 +175,5 @@ Status CParseHEVCParams::ReadSequenceParameterSetData(VideoInfo* info)
     records::Store(spsTable, sps.sps_seq_parameter_set_id, sps);
     return kOk;
 }
+
+} // namespace nalsmith_internal

@@ -4,6 +4,8 @@
 #include "parser/hevc/HevcNal.h"
 #include "parser/stream/ReadStream.h"
 
+namespace nalsmith_internal {
+
 using hevc::Role;
 using stream::AccessUnit;
 
@@ -47,3 +49,5 @@ void CParseHEVCParams::CompleteAccessUnit(AccessUnit& unit, VideoInfo& info)
                                                  ppsNalSize));
     unit.Report(info);
 }
+
+} // namespace nalsmith_internal

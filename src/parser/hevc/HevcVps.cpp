@@ -5,6 +5,8 @@
 #include "parser/hevc/HevcProfile.h"
 #include "parser/records/ParameterSetTable.h"
 
+namespace nalsmith_internal {
+
 Status CParseHEVCParams::ReadVideoParameterSetData(VideoInfo* info)
 {
     bitstream::Reading bits(*this);
@@ -30,3 +32,5 @@ Status CParseHEVCParams::ReadVideoParameterSetData(VideoInfo* info)
     records::Store(vpsTable, vps.vps_video_parameter_set_id, vps);
     return kOk;
 }
+
+} // namespace nalsmith_internal

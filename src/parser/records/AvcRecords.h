@@ -4,6 +4,8 @@
 
 #include "support/Types.h"
 
+namespace nalsmith_internal {
+
 // H.264 7.3.2.1.1
 struct AvcSpsInfo {
     u32 seq_parameter_set_id;
@@ -38,3 +40,5 @@ struct AvcSliceInfo {
     i32 delta_pic_order_cnt_bottom;
     i32 delta_pic_order_cnt[2];
 };
+
+} // namespace nalsmith_internal

@@ -4,6 +4,8 @@
 
 #include "support/Types.h"
 
+namespace nalsmith_internal {
+
 // H.265 7.3.2.1. The mark that a VPS with this id has been read.
 struct HevcVpsRecord {
     u32 vps_video_parameter_set_id;
@@ -29,3 +31,5 @@ struct HevcPpsRecord {
     u32 output_flag_present_flag;
     u32 num_extra_slice_header_bits;
 };
+
+} // namespace nalsmith_internal

@@ -4,6 +4,8 @@
 
 #include "support/Types.h"
 
+namespace nalsmith_internal {
+
 struct NalUnit {
     const u8* data = nullptr; // first byte of the start code, in the caller's buffer
     u32 size = 0;             // up to the next start code or the end of the buffer
@@ -22,3 +24,5 @@ struct NalUnit {
     // The first byte of the NAL unit header; null for a bare start code and behind the end of the buffer.
     const u8* Header() const { return Found() && size > StartCodeSize() ? data + StartCodeSize() : nullptr; }
 };
+
+} // namespace nalsmith_internal

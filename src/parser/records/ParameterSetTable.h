@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-namespace records {
+namespace nalsmith_internal::records {
 
 template <typename Record, std::size_t kEntries>
 const Record* Find(Record* const (&table)[kEntries], u32 id)
@@ -35,4 +35,4 @@ void Clear(Record* (&table)[kEntries])
         memory::Free(entry);
 }
 
-} // namespace records
+} // namespace nalsmith_internal::records

@@ -3,7 +3,7 @@
 
 #include "support/Memory.h"
 
-namespace stream {
+namespace nalsmith_internal::stream {
 
 bool RetainedSet::Reserve(const NalUnit& unit)
 {
@@ -144,4 +144,4 @@ bool AccessUnit::MergePending()
     return true;
 }
 
-} // namespace stream
+} // namespace nalsmith_internal::stream

@@ -6,7 +6,7 @@
 #include "parser/records/NalUnit.h"
 #include "queue/VideoQueue.h"
 
-namespace stream {
+namespace nalsmith_internal::stream {
 
 // One of the parser's retained parameter sets: the first of its kind, start code included.
 struct RetainedSet {
@@ -80,4 +80,4 @@ private:
     bool failed_ = false;
 };
 
-} // namespace stream
+} // namespace nalsmith_internal::stream

@@ -7,7 +7,7 @@
 #include "parser/bitstream/Scan.h"
 #include "parser/stream/AccessUnit.h"
 
-namespace stream {
+namespace nalsmith_internal::stream {
 
 // A null `data` or a `size` of 0 is the flush: it reports the access unit at hand, which stays current.
 template <typename Extent, typename Parser>
@@ -62,4 +62,4 @@ const VideoInfo* StoreParameterSet(Parser& parser, Status (Parser::*read)(VideoI
     return first.KeepFirst(nal) ? record : nullptr;
 }
 
-} // namespace stream
+} // namespace nalsmith_internal::stream

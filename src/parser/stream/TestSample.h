@@ -5,7 +5,7 @@
 #include "parser/bitstream/NextToRead.h"
 #include "parser/bitstream/Scan.h"
 
-namespace stream {
+namespace nalsmith_internal::stream {
 
 // Hands NAL units to the parser's TestNalUnit() until one of them ends the test.
 template <typename Extent, typename Parser>
@@ -22,4 +22,4 @@ Status TestSample(Parser& parser, const u8* data, u32 size, VideoInfoEx* info)
     return status;
 }
 
-} // namespace stream
+} // namespace nalsmith_internal::stream

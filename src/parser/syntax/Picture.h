@@ -4,7 +4,7 @@
 
 #include "support/Types.h"
 
-namespace syntax {
+namespace nalsmith_internal::syntax {
 
 // Offsets in crop units.
 struct Cropping {
@@ -42,4 +42,4 @@ constexpr u32 CroppedHeight(u32 coded, const Cropping& crop, const CropUnit& uni
     return coded - unit.y * crop.bottom - unit.y * crop.top;
 }
 
-} // namespace syntax
+} // namespace nalsmith_internal::syntax

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "parser/syntax/VideoUsability.h"
 
-namespace syntax {
+namespace nalsmith_internal::syntax {
 namespace {
 
 constexpr u32 kExtendedSar = 255;
@@ -49,4 +49,4 @@ void ReadVideoUsabilityHead(bitstream::BitReader& reader, VideoInfo& info)
     }
 }
 
-} // namespace syntax
+} // namespace nalsmith_internal::syntax

@@ -5,10 +5,10 @@
 #include "nalsmith/nalsmith.h"
 #include "parser/bitstream/BitReader.h"
 
-namespace syntax {
+namespace nalsmith_internal::syntax {
 
 // Reads from aspect_ratio_info_present_flag to chroma_sample_loc_type_bottom_field, and writes the seven
 // video-signal fields of `info`, defaults included.
 void ReadVideoUsabilityHead(bitstream::BitReader& reader, VideoInfo& info);
 
-} // namespace syntax
+} // namespace nalsmith_internal::syntax

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-namespace userdata {
+namespace nalsmith_internal::userdata {
 
 bool SeiMessage::IsOurs() const
 {
@@ -51,4 +51,4 @@ bool SeiWalk::ReadSum(u64& sum)
     return false;
 }
 
-} // namespace userdata
+} // namespace nalsmith_internal::userdata

@@ -4,7 +4,7 @@
 
 #include "support/Types.h"
 
-namespace userdata {
+namespace nalsmith_internal::userdata {
 
 constexpr u64 kUserDataUnregistered = 5; // payloadType (H.264 D.1.1, H.265 D.2.1)
 
@@ -37,4 +37,4 @@ private:
     const u8* end_; // behind the stop byte
 };
 
-} // namespace userdata
+} // namespace nalsmith_internal::userdata

@@ -4,7 +4,7 @@
 
 #include "parser/records/NalUnit.h"
 
-namespace userdata {
+namespace nalsmith_internal::userdata {
 
 // What a NAL unit is to the editor. Coarser than the stream readers' view on purpose: any picture data counts
 // as a slice here, data partitions and reserved types included.
@@ -55,4 +55,4 @@ inline u32 FindStopByte(const Codec& codec, const NalUnit& nal)
     return 0;
 }
 
-} // namespace userdata
+} // namespace nalsmith_internal::userdata

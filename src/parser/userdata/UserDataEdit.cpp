@@ -8,6 +8,8 @@
 
 #include <functional>
 
+namespace nalsmith_internal {
+
 namespace userdata {
 namespace {
 
@@ -269,3 +271,5 @@ Status CParseHEVCParams::RemoveUserData(const u8* frame, u32 frameSize, const u8
 {
     return StripUserData(userdata::kHevc, frame, frameSize, outFrame, outSize);
 }
+
+} // namespace nalsmith_internal

@@ -7,6 +7,8 @@
 
 #include <cstring>
 
+namespace nalsmith_internal {
+
 Status CParserBase::UserDataCreate()
 {
     const auto make = [](u8*& buffer, u32 capacity) {
@@ -60,3 +62,5 @@ Status CParserBase::ArrangeUserData(const u8* data, u32 length)
     userDataLength = written;
     return status;
 }
+
+} // namespace nalsmith_internal

@@ -12,6 +12,8 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SEARCH = ["", "src", "include"]  # "" is the folder of the including file
 SUPPORT, PUBLIC, QUEUE = "src/support", "include/nalsmith/nalsmith.h", "src/queue"
+SHARED = [f"include/nalsmith/detail/{name}.hpp" for name in ("nal_types", "zero_pairs", "rules", "bits", "escape")]
+NAL_TYPES, ZERO_PAIRS, RULES, BITS, ESCAPE = SHARED
 LAYER, UMBRELLA = "include/nalsmith", "include/nalsmith/nalsmith.hpp"
 OBJECTS, RECORDS, BITSTREAM = "src/parser", "src/parser/records", "src/parser/bitstream"
 BIT_READER = "src/parser/bitstream/BitReader.h"
@@ -20,20 +22,21 @@ READER = [SUPPORT, RECORDS, OBJECTS]
 CODEC = READER + [BITSTREAM, BIT_READER, SYNTAX, STREAM, ACCESS_UNIT]
 ALLOWED = {
     PUBLIC: [],
-    LAYER: [PUBLIC],
+    **{header: SHARED for header in SHARED},
+    LAYER: [PUBLIC] + SHARED,
     UMBRELLA: [LAYER],
     SUPPORT: [],
     QUEUE: [SUPPORT],
     RECORDS: [SUPPORT],
     OBJECTS: [SUPPORT, PUBLIC, QUEUE, RECORDS],
     BIT_READER: [SUPPORT],
-    BITSTREAM: READER + [BIT_READER],
+    BITSTREAM: READER + [BIT_READER, ZERO_PAIRS, ESCAPE],
     SYNTAX: [SUPPORT, PUBLIC, BIT_READER],
     ACCESS_UNIT: [SUPPORT, PUBLIC, QUEUE, RECORDS],
     STREAM: [SUPPORT, RECORDS, BITSTREAM, ACCESS_UNIT],
-    "src/parser/avc": CODEC,
-    "src/parser/hevc": CODEC,
-    "src/parser/userdata": READER + [BITSTREAM],
+    "src/parser/avc": CODEC + [NAL_TYPES, RULES],
+    "src/parser/hevc": CODEC + [NAL_TYPES, RULES],
+    "src/parser/userdata": READER + [BITSTREAM, NAL_TYPES],
     "src/api": [SUPPORT, PUBLIC, OBJECTS],
     "tools": [PUBLIC, LAYER, UMBRELLA],
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // H.264 picture types, and samples tested for continuity.
-#include "parser/avc/AvcSample.h"
 #include "AvcStream.h"
 #include "Handles.h"
+#include "nalsmith/detail/rules.hpp"
 
 #include <gtest/gtest.h>
 #include <sstream>
@@ -15,7 +15,7 @@ const Bytes kSets = Sps{} + Pps{}, kBare = "00 00 01"_bytes;
 const Bytes kIdrSample = Delimiter{} + kSets + Slice{.nal_unit_type = kIdr, .nal_ref_idc = 3};
 
 // {frame_num of the last reference picture, of the picture, range, whether it follows}
-TEST(AvcFollowsInFrameNum, ByOneWithinItsRange)
+TEST(AvcNextFrameNum, ByOneWithinItsRange)
 {
     constexpr struct {
         u32 prevRef, cur, maxFrameNum;
@@ -31,7 +31,7 @@ TEST(AvcFollowsInFrameNum, ByOneWithinItsRange)
         {0xFFFFFFFF, 0, 0, true},  {5, 0, 0, false},
     };
     for (const auto& row : rows)
-        EXPECT_EQ(avc::FollowsInFrameNum(row.cur, row.prevRef, row.maxFrameNum), row.follows)
+        EXPECT_EQ(row.cur == nalsmith::detail::next_frame_num(row.prevRef, row.maxFrameNum), row.follows)
             << row.prevRef << " to " << row.cur << " of " << row.maxFrameNum;
 }
 

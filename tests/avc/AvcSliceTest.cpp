@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // H.264 slice headers, and where one picture ends and the next begins.
-#include "parser/avc/AvcSlice.h"
 #include "AvcStream.h"
 #include "Handles.h"
+#include "nalsmith/detail/rules.hpp"
 
 #include <bit>
 #include <gtest/gtest.h>
@@ -164,7 +164,8 @@ TEST(AvcBeginsPicture, AsTheHeadersDiffer)
             AvcSliceInfo prev = {5, 7, 0, 3, 0, 0, 3, 0, 0, 0, 0, {0, 0}}, cur = prev;
             row.prev(prev);
             row.cur(cur);
-            EXPECT_EQ(avc::BeginsPicture(prev, cur, type), row.begins[type]) << row.what << ", type " << type;
+            EXPECT_EQ(nalsmith::detail::begins_picture(prev, cur, type), row.begins[type])
+                << row.what << ", type " << type;
         }
 }
 

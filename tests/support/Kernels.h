@@ -16,13 +16,13 @@ struct Kernel {
 inline std::vector<Kernel> KernelsHere()
 {
     std::vector<Kernel> kernels = {{"Chosen", bitstream::FindZeroPair},
-                                   {"Portable", bitstream::FindZeroPairPortable}};
-#if defined(__x86_64__)
-    kernels.push_back({"Sse2", bitstream::FindZeroPairSse2});
+                                   {"Word", nalsmith::detail::find_zero_pair_word}};
+#if defined(NALSMITH_ZERO_PAIRS_SSE2)
+    kernels.push_back({"Sse2", nalsmith::detail::find_zero_pair_sse2});
     if (__builtin_cpu_supports("avx2"))
         kernels.push_back({"Avx2", bitstream::FindZeroPairAvx2});
-#elif defined(__aarch64__)
-    kernels.push_back({"Neon", bitstream::FindZeroPairNeon});
+#elif defined(NALSMITH_ZERO_PAIRS_NEON)
+    kernels.push_back({"Neon", nalsmith::detail::find_zero_pair_neon});
 #endif
     return kernels;
 }

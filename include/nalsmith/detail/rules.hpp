@@ -35,6 +35,14 @@ constexpr bool begins_picture(const Slice& prev, const Slice& cur, std::uint32_t
     return cur.first_mb_in_slice == 0;
 }
 
+// The frame_num that follows that of the previous reference picture (H.264 7.4.3). A `max_frame_num` of 0
+// stands for 2^32 and more.
+constexpr std::uint32_t next_frame_num(std::uint32_t prev_ref, std::uint32_t max_frame_num) noexcept
+{
+    const std::uint32_t next = prev_ref + 1;
+    return max_frame_num != 0 ? next % max_frame_num : next;
+}
+
 // PicOrderCntMsb (H.264 8.2.1.1, H.265 8.3.1). Wraps in the width of `Count`.
 template <typename Count>
 constexpr Count pic_order_cnt_msb(std::uint32_t lsb, std::uint32_t max_lsb, std::uint32_t prev_lsb,

@@ -5,6 +5,7 @@
 #ifndef NALSMITH_DETAIL_ZERO_PAIRS_HPP
 #define NALSMITH_DETAIL_ZERO_PAIRS_HPP
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -141,6 +142,25 @@ inline std::size_t find_zero_pair(const std::uint8_t* data, std::size_t size) no
     return find_zero_pair_word(data, size);
 #endif
 }
+
+// How many bytes to look at one by one after a zero pair, before the kernel is asked again. Where pairs are
+// dense a call for each would cost more than it saves, and a stream could be written to make it so: each time
+// the kernel was asked in vain, the length doubles.
+class DenseRun {
+public:
+    // `passed` bytes lay between the last run and this pair.
+    std::size_t length(std::size_t passed) noexcept
+    {
+        length_ = passed >= kWorthwhile ? kShortest : std::min(2 * length_, kLongest);
+        return length_;
+    }
+
+private:
+    static constexpr std::size_t kWorthwhile = 16;
+    static constexpr std::size_t kShortest = 32;
+    static constexpr std::size_t kLongest = 4096;
+    std::size_t length_ = kShortest;
+};
 
 } // namespace detail
 } // namespace v1

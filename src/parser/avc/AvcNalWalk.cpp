@@ -54,12 +54,13 @@ Status CParseAVCParams::GetNalUnit(u8** nal, u32* nalSize, bool* isSlice, u32* s
     if (header.forbidden_zero_bit != 0)
         return kFailed;
 
-    if (header.nal_unit_type == avc::kSps) {
+    const avc::NalKind kind = header.Kind();
+    if (kind == avc::NalKind::sps) {
         VideoInfo scratch = {};
         ReadSequenceParameterSetData(&scratch);
-    } else if (header.nal_unit_type == avc::kPps) {
+    } else if (kind == avc::NalKind::pps) {
         ReadPictureParameterSetData(nullptr);
-    } else if (avc::IsSlice(header.nal_unit_type)) {
+    } else if (kind == avc::NalKind::slice) {
         int newPicture = 0;
         ReadSlice(header, unit, &newPicture);
         if (!unit.HasPayload())

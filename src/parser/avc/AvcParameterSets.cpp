@@ -109,10 +109,10 @@ Status CParseAVCParams::GetParameterSetData(u8* frame, u32 size, ParameterSetDat
     for (; nal.Found(); status = NextNalEx(nal)) {
         if (nal.Header() == nullptr)
             continue;
-        const u32 nal_unit_type = *nal.Header() & 0x1F;
-        if (nal_unit_type == avc::kSps)
+        const avc::NalKind kind = avc::HeaderOf(*nal.Header()).Kind();
+        if (kind == avc::NalKind::sps)
             KeepCopy(nal, spsCopy, spsCopyLength);
-        else if (nal_unit_type == avc::kPps)
+        else if (kind == avc::NalKind::pps)
             KeepCopy(nal, ppsCopy, ppsCopyLength);
     }
 

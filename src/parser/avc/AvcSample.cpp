@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Verdicts on a single sample, from its first slice.
-#include "parser/avc/AvcSample.h"
-
+#include "nalsmith/detail/rules.hpp"
 #include "parser/VideoParams.h"
 #include "parser/avc/AvcNal.h"
 #include "parser/bitstream/NextToRead.h"
@@ -14,6 +13,8 @@ namespace nalsmith_internal {
 using bitstream::NextToTest;
 
 namespace {
+
+constexpr u32 kPartitionA = 2;
 
 // Slice types I and "all I" (H.264 Table 7-6). SI slices do not count.
 constexpr bool IsIntra(const AvcSliceInfo& slice)
@@ -41,9 +42,8 @@ void JudgeSlice(CParseAVCParams& parser, VideoInfoEx& info)
     if (parser.gapsAllowed == 0 && slice.IdrPicFlag == 0) {
         const bool opensPair = isTop == (parser.firstFieldIsTop != 0);
         if (!isField || opensPair) {
-            const bool follows =
-                avc::FollowsInFrameNum(parser.curFrameNum, parser.prevRefFrameNum, parser.maxFrameNum);
-            info.discontinuity = follows ? 0 : 1;
+            const u32 next = nalsmith::detail::next_frame_num(parser.prevRefFrameNum, parser.maxFrameNum);
+            info.discontinuity = parser.curFrameNum == next ? 0 : 1;
             if (isField)
                 parser.firstFieldGap = info.discontinuity;
         } else {
@@ -69,7 +69,7 @@ Status CParseAVCParams::QuerySliceType(const u8* data, u32 size, VideoPicType& t
         if (header.forbidden_zero_bit != 0)
             return kFailed;
         // The header of a data partition A says it as well, but was never asked for it.
-        if (header.nal_unit_type == avc::kSlice || header.nal_unit_type == avc::kIdrSlice) {
+        if (header.Kind() == avc::NalKind::slice && header.nal_unit_type != kPartitionA) {
             bitstream::Reading bits(*this);
             bits.GetUE(); // first_mb_in_slice
             type = static_cast<VideoPicType>(bits.GetUE());
@@ -91,11 +91,12 @@ bool CParseAVCParams::TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& statu
 {
     const avc::NalHeader header = ReadNalHeader(nal);
     VideoInfo scratch = {};
-    if (header.nal_unit_type == avc::kSps)
+    const avc::NalKind kind = header.Kind();
+    if (kind == avc::NalKind::sps)
         ReadSequenceParameterSetData(&scratch);
-    else if (header.nal_unit_type == avc::kPps)
+    else if (kind == avc::NalKind::pps)
         ReadPictureParameterSetData(&scratch);
-    if (!avc::IsSlice(header.nal_unit_type))
+    if (kind != avc::NalKind::slice)
         return false;
 
     int newPicture = 0;

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The head of slice_header() (H.264 7.3.3), as far as one picture is told from the next.
-#include "parser/avc/AvcSlice.h"
-
+#include "nalsmith/detail/nal_types.hpp"
+#include "nalsmith/detail/rules.hpp"
 #include "parser/VideoParams.h"
-#include "parser/avc/AvcNal.h"
 #include "parser/bitstream/Reading.h"
 #include "parser/records/ParameterSetTable.h"
 
@@ -69,13 +68,13 @@ Status CParseAVCParams::ReadSliceHeaderData(VideoInfo* /*info*/, u32 nalUnitType
             slice.bottom_field_flag = bits.ReadData(1);
     }
     slice.nal_ref_idc = nalRefIdc;
-    slice.IdrPicFlag = nalUnitType == avc::kIdrSlice ? 1 : 0;
+    slice.IdrPicFlag = nalsmith::detail::is_avc_idr(nalUnitType) ? 1 : 0;
     if (slice.IdrPicFlag != 0)
         slice.idr_pic_id = bits.GetUE();
     avc::ReadPicOrderCnt(bits, *sps, *pps, slice);
 
     // The first slice of all belongs to the access unit whose openers are already stored.
-    if (firstSlice == 0 && avc::BeginsPicture(prevSlice, slice, sps->pic_order_cnt_type))
+    if (firstSlice == 0 && nalsmith::detail::begins_picture(prevSlice, slice, sps->pic_order_cnt_type))
         *newPicture = 1;
     firstSlice = 0;
     curSlice = slice;

@@ -6,7 +6,7 @@
 
 namespace nalsmith_internal {
 
-using avc::Role;
+using avc::NalKind;
 using stream::AccessUnit;
 
 Status CParseAVCParams::ReadVideoParams(const u8* data, u32 size, VideoInfo* info, int /*mode*/)
@@ -36,31 +36,32 @@ Status CParseAVCParams::ReadSlice(const avc::NalHeader& header, NalUnit& nal, in
 void CParseAVCParams::RouteNalUnit(AccessUnit& unit, const avc::NalHeader& header, NalUnit& nal,
                                    VideoInfo& info)
 {
-    switch (avc::RoleOf(header.nal_unit_type)) {
-    case Role::Slice: {
+    switch (header.Kind()) {
+    case NalKind::slice: {
         int newPicture = 0;
         if (ReadSlice(header, nal, &newPicture) == kOk)
-            stream::StoreSlice(*this, unit, nal, newPicture != 0, header.nal_unit_type == avc::kIdrSlice,
-                               info);
+            stream::StoreSlice(*this, unit, nal, newPicture != 0,
+                               nalsmith::detail::is_avc_idr(header.nal_unit_type), info);
         else if (!nal.HasPayload())
             unit.Note(kFailed);
         return;
     }
-    case Role::Sps:
+    case NalKind::sps:
         if (const VideoInfo* described =
                 stream::StoreParameterSet(*this, &CParseAVCParams::ReadSequenceParameterSetData, unit, nal,
                                           {spsNal, spsCapacity, spsNalSize}))
             streamInfo = *described;
         return;
-    case Role::Pps:
+    case NalKind::pps:
         if (const VideoInfo* described =
                 stream::StoreParameterSet(*this, &CParseAVCParams::ReadPictureParameterSetData, unit, nal,
                                           {ppsNal, ppsCapacity, ppsNalSize}))
             streamInfo = *described;
         return;
-    case Role::Delimiter: unit.AppendDelimiter(nal); return;
-    case Role::Opener: unit.AppendOpener(nal); return;
-    case Role::Trailing: unit.AppendTrailing(nal); return;
+    case NalKind::delimiter: unit.AppendDelimiter(nal); return;
+    case NalKind::sei:
+    case NalKind::opener: unit.AppendOpener(nal); return;
+    default: unit.AppendTrailing(nal); return;
     }
 }
 

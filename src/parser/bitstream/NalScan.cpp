@@ -32,11 +32,11 @@ bool StartsHere(const u8* p)
 Found FindBehindPair(const u8* p, std::size_t positions, std::size_t firstPair)
 {
     const u32 pair = static_cast<u32>(firstPair);
-    bitstream::DenseRun run;
+    nalsmith::detail::DenseRun run;
     std::size_t passed = firstPair;
     for (std::size_t i = firstPair; i < positions; i += passed) {
         // In a start code the third byte is 0 or 1, so any other rules out three positions at once.
-        for (const std::size_t end = std::min(i + run.Length(passed), positions); i < end;) {
+        for (const std::size_t end = std::min(i + run.length(passed), positions); i < end;) {
             if ((p[i] | p[i + 1]) == 0 && StartsHere(p + i))
                 return {p + i, pair};
             i += p[i + 2] != 0 ? 3 : 1;

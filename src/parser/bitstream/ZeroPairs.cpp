@@ -1,56 +1,72 @@
 // SPDX-License-Identifier: MIT
-// The kernel for every processor, and the choice. NALSMITH_KERNEL_PORTABLE and NALSMITH_KERNEL_SSE2 pin it.
+// The choice of a kernel, and the one that not every x86-64 processor has. NALSMITH_KERNEL_PORTABLE and
+// NALSMITH_KERNEL_SSE2 pin it.
 #include "parser/bitstream/ZeroPairs.h"
 
-#include <cstring>
+#if defined(NALSMITH_ZERO_PAIRS_SSE2)
+#include <immintrin.h>
+
+// For its functions alone, so that nothing else of the library needs AVX2.
+#define NALSMITH_AVX2 __attribute__((target("avx2")))
+#endif
 
 namespace nalsmith_internal::bitstream {
-namespace {
-
-constexpr u64 kOnes = 0x0101010101010101;
-constexpr u64 kHighBits = 0x8080808080808080;
-constexpr std::size_t kStep = sizeof(u64);
-
-u64 Load(const u8* data)
-{
-    u64 word;
-    std::memcpy(&word, data, sizeof word);
-    return word;
-}
-
-// Whether any of the eight bytes is zero.
-bool HasZero(u64 word)
-{
-    return ((word - kOnes) & ~word & kHighBits) != 0;
-}
-
-} // namespace
 
 std::size_t FindZeroPair(const u8* data, std::size_t size)
 {
 #if defined(NALSMITH_KERNEL_PORTABLE)
-    return FindZeroPairPortable(data, size);
-#elif defined(__x86_64__) && defined(NALSMITH_KERNEL_SSE2)
-    return FindZeroPairSse2(data, size);
-#elif defined(__x86_64__)
-    return __builtin_cpu_supports("avx2") ? FindZeroPairAvx2(data, size) : FindZeroPairSse2(data, size);
-#elif defined(__aarch64__)
-    return FindZeroPairNeon(data, size);
+    return nalsmith::detail::find_zero_pair_word(data, size);
+#elif defined(NALSMITH_ZERO_PAIRS_SSE2) && !defined(NALSMITH_KERNEL_SSE2)
+    return __builtin_cpu_supports("avx2") ? FindZeroPairAvx2(data, size)
+                                          : nalsmith::detail::find_zero_pair_sse2(data, size);
 #else
-    return FindZeroPairPortable(data, size);
+    return nalsmith::detail::find_zero_pair(data, size);
 #endif
 }
 
-// Two zero bytes side by side leave a zero byte in the OR of the data with itself one byte on.
-std::size_t FindZeroPairPortable(const u8* data, std::size_t size)
+#if defined(NALSMITH_ZERO_PAIRS_SSE2)
+namespace {
+
+NALSMITH_AVX2 __m256i Pairs256(const u8* data)
 {
-    std::size_t i = 0;
-    while (i + kStep + 1 <= size && !HasZero(Load(data + i) | Load(data + i + 1)))
-        i += kStep;
-    for (; i + 2 <= size; ++i)
-        if ((data[i] | data[i + 1]) == 0)
-            return i;
-    return size;
+    const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(data));
+    const __m256i second = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(data + 1));
+    return _mm256_or_si256(first, second);
 }
+
+NALSMITH_AVX2 u32 ZeroMask256(__m256i bytes)
+{
+    return static_cast<u32>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(bytes, _mm256_setzero_si256())));
+}
+
+} // namespace
+
+// As the vector kernels of zero_pairs.hpp: blocks of four vectors are passed with one branch, and the vector
+// at the end overlaps what has been passed.
+NALSMITH_AVX2 std::size_t FindZeroPairAvx2(const u8* data, std::size_t size)
+{
+    constexpr std::size_t kWidth = 32;
+    if (size < kWidth + 1)
+        return nalsmith::detail::find_zero_pair_sse2(data, size);
+    const std::size_t last = size - kWidth - 1; // where the last vector of pairs begins
+    std::size_t i = 0;
+    for (; i + 3 * kWidth <= last; i += 4 * kWidth) {
+        const __m256i low = _mm256_min_epu8(Pairs256(data + i), Pairs256(data + i + kWidth));
+        const __m256i high =
+            _mm256_min_epu8(Pairs256(data + i + 2 * kWidth), Pairs256(data + i + 3 * kWidth));
+        if (ZeroMask256(_mm256_min_epu8(low, high)) != 0)
+            break;
+    }
+    for (;; i += kWidth) {
+        if (i > last)
+            i = last;
+        const u32 mask = ZeroMask256(Pairs256(data + i));
+        if (mask != 0)
+            return i + static_cast<std::size_t>(__builtin_ctz(mask));
+        if (i == last)
+            return size;
+    }
+}
+#endif
 
 } // namespace nalsmith_internal::bitstream

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The H.265 NAL unit header (7.3.1.2), and what its type means for access units.
+// The H.265 NAL unit header (7.3.1.2), and how far NAL units are read.
 #pragma once
 
+#include "nalsmith/detail/nal_types.hpp"
 #include "parser/VideoParams.h"
 
 #include <algorithm>
@@ -10,11 +11,15 @@ namespace nalsmith_internal {
 
 namespace hevc {
 
+using nalsmith::detail::NalKind;
+
 struct NalHeader {
     u32 forbidden_zero_bit;
     u32 nal_unit_type;
     u32 nuh_layer_id;
     u32 nuh_temporal_id_plus1;
+
+    constexpr NalKind Kind() const { return nalsmith::detail::hevc_kind(nal_unit_type); }
 };
 
 // What is missing of a header cut short is zero.
@@ -24,89 +29,18 @@ constexpr NalHeader HeaderOf(u8 first, u8 second)
             u32{second} & 7};
 }
 
-// H.265 Table 7-1
-constexpr u32 kVps = 32;
-constexpr u32 kSps = 33;
-constexpr u32 kPps = 34;
-
-enum class Role {
-    Slice,
-    Vps,
-    Sps,
-    Pps,
-    Opener,   // begins the next access unit when it follows the last slice segment (H.265 7.4.2.4.4)
-    Trailing, // stays with what came before
-};
-
-constexpr bool InRange(u32 nal_unit_type, u32 first, u32 last)
-{
-    return nal_unit_type >= first && nal_unit_type <= last;
-}
-
-// Slice segments. Reserved VCL types that are none (10 to 15, 24 to 31) are left out.
-constexpr bool IsSlice(u32 nal_unit_type)
-{
-    return InRange(nal_unit_type, 0, 9) || InRange(nal_unit_type, 16, 23);
-}
-
-constexpr bool IsBla(u32 nal_unit_type)
-{
-    return InRange(nal_unit_type, 16, 18);
-}
-
-constexpr bool IsIdr(u32 nal_unit_type)
-{
-    return InRange(nal_unit_type, 19, 20);
-}
-
-// BLA, IDR, CRA
-constexpr bool IsKeyPicture(u32 nal_unit_type)
-{
-    return InRange(nal_unit_type, 16, 21);
-}
-
-// IRAP types, the two reserved ones included: what the slice segment header asks for
-constexpr bool IsIrap(u32 nal_unit_type)
-{
-    return InRange(nal_unit_type, 16, 23);
-}
-
-// TRAIL_N, TSA_N, STSA_N, RADL and RASL pictures are not what later picture order counts are counted from
-// (8.3.1).
-constexpr bool IsLeadingOrNonReference(u32 nal_unit_type)
-{
-    return nal_unit_type == 0 || nal_unit_type == 2 || nal_unit_type == 4 || InRange(nal_unit_type, 6, 9);
-}
-
 // How far NAL units are read (bitstream/NextToRead.h): everything but parameter sets no further than a slice
 // segment header.
 struct Extent {
     static constexpr bool Whole(u8 firstHeaderByte)
     {
-        return InRange(HeaderOf(firstHeaderByte, 0).nal_unit_type, kVps, kPps);
+        return nalsmith::detail::is_parameter_set(HeaderOf(firstHeaderByte, 0).Kind());
     }
     static constexpr bool Slice(u8 firstHeaderByte)
     {
-        return IsSlice(HeaderOf(firstHeaderByte, 0).nal_unit_type);
+        return HeaderOf(firstHeaderByte, 0).Kind() == NalKind::slice;
     }
 };
-
-constexpr Role RoleOf(u32 nal_unit_type)
-{
-    if (IsSlice(nal_unit_type))
-        return Role::Slice;
-    switch (nal_unit_type) {
-    case kVps: return Role::Vps;
-    case kSps: return Role::Sps;
-    case kPps: return Role::Pps;
-    case 35: return Role::Opener; // access unit delimiter
-    case 39: return Role::Opener; // prefix SEI
-    default: break;
-    }
-    const bool opens =
-        InRange(nal_unit_type, 41, 44) || InRange(nal_unit_type, 48, 55); // reserved, unspecified
-    return opens ? Role::Opener : Role::Trailing;
-}
 
 } // namespace hevc
 

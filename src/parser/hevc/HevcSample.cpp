@@ -27,11 +27,11 @@ bool CParseHEVCParams::TestNalUnit(NalUnit& nal, VideoInfoEx& info, Status& stat
         return true;
     }
     VideoInfo scratch = {};
-    switch (hevc::RoleOf(header.nal_unit_type)) {
-    case hevc::Role::Vps: ReadVideoParameterSetData(&scratch); return false;
-    case hevc::Role::Sps: ReadSequenceParameterSetData(&scratch); return false;
-    case hevc::Role::Pps: ReadPictureParameterSetData(&scratch); return false;
-    case hevc::Role::Slice: break;
+    switch (header.Kind()) {
+    case hevc::NalKind::vps: ReadVideoParameterSetData(&scratch); return false;
+    case hevc::NalKind::sps: ReadSequenceParameterSetData(&scratch); return false;
+    case hevc::NalKind::pps: ReadPictureParameterSetData(&scratch); return false;
+    case hevc::NalKind::slice: break;
     default: return false;
     }
     int newPicture = 0;

@@ -2,9 +2,9 @@
 // The head of slice_segment_header() (H.265 7.3.6.1), as far as the picture order count.
 #include "parser/hevc/HevcSlice.h"
 
+#include "nalsmith/detail/nal_types.hpp"
 #include "parser/VideoParams.h"
 #include "parser/bitstream/Reading.h"
-#include "parser/hevc/HevcNal.h"
 #include "parser/records/ParameterSetTable.h"
 
 namespace nalsmith_internal {
@@ -27,11 +27,11 @@ const HevcSpsRecord* FindSps(const CParseHEVCParams& parser, const HevcPpsRecord
 
 i32 ReadPictureOrderCount(BitReader& reader, const HevcSpsRecord& sps, u32 nalUnitType, i32 prevTid0Poc)
 {
-    if (hevc::IsIdr(nalUnitType))
+    if (nalsmith::detail::is_hevc_idr(nalUnitType))
         return 0;
     const u32 lsbBits = sps.log2_max_pic_order_cnt_lsb_minus4 + 4;
     const u32 slice_pic_order_cnt_lsb = reader.ReadData(lsbBits);
-    if (hevc::IsBla(nalUnitType))
+    if (nalsmith::detail::is_hevc_bla(nalUnitType))
         return static_cast<i32>(slice_pic_order_cnt_lsb);
     return hevc::PictureOrderCount(slice_pic_order_cnt_lsb, u32{1} << lsbBits, prevTid0Poc);
 }
@@ -43,7 +43,7 @@ Status CParseHEVCParams::ReadSliceHeaderData(VideoInfo* /*info*/, u32 nalUnitTyp
 {
     bitstream::Reading bits(*this);
     *newPicture = 0;
-    if (sampleInfo != nullptr && hevc::IsKeyPicture(nalUnitType))
+    if (sampleInfo != nullptr && nalsmith::detail::is_hevc_key(nalUnitType))
         sampleInfo->intraPicture = 1;
 
     const bool first_slice_segment_in_pic_flag = bits.ReadFlag();
@@ -54,7 +54,7 @@ Status CParseHEVCParams::ReadSliceHeaderData(VideoInfo* /*info*/, u32 nalUnitTyp
     if (!first_slice_segment_in_pic_flag)
         return kOk;
 
-    if (hevc::IsIrap(nalUnitType))
+    if (nalsmith::detail::is_hevc_irap(nalUnitType))
         bits.ReadData(1); // no_output_of_prior_pics_flag
     const u32 slice_pic_parameter_set_id = bits.GetUE();
     const HevcPpsRecord* pps = records::Find(ppsTable, slice_pic_parameter_set_id);
@@ -72,8 +72,10 @@ Status CParseHEVCParams::ReadSliceHeaderData(VideoInfo* /*info*/, u32 nalUnitTyp
 
     if (sampleInfo != nullptr && sampleInfo->intraPicture == 0 && i64{picOrderCnt} - prevTid0Poc != 1)
         sampleInfo->discontinuity = 1;
+    // Later picture order counts are counted from this one (8.3.1).
     const u32 nuh_temporal_id_plus1 = nal[1] & 7;
-    if (nuh_temporal_id_plus1 == 1 && !hevc::IsLeadingOrNonReference(nalUnitType))
+    if (nuh_temporal_id_plus1 == 1 && !nalsmith::detail::is_hevc_leading(nalUnitType) &&
+        !nalsmith::detail::is_hevc_sub_layer_non_reference(nalUnitType))
         prevTid0Poc = picOrderCnt;
     return kOk;
 }

@@ -2,6 +2,7 @@
 // Picture order count.
 #pragma once
 
+#include "nalsmith/detail/rules.hpp"
 #include "support/Types.h"
 
 namespace nalsmith_internal::hevc {
@@ -12,13 +13,8 @@ constexpr i32 PictureOrderCount(u32 slice_pic_order_cnt_lsb, u32 maxPicOrderCntL
 {
     const u32 prev = static_cast<u32>(prevTid0Poc);
     const u32 prevLsb = prev & (maxPicOrderCntLsb - 1);
-    const u32 prevMsb = prev - prevLsb;
-    const u32 half = maxPicOrderCntLsb / 2;
-    u32 msb = prevMsb;
-    if (slice_pic_order_cnt_lsb < prevLsb && prevLsb - slice_pic_order_cnt_lsb >= half)
-        msb = prevMsb + maxPicOrderCntLsb;
-    else if (slice_pic_order_cnt_lsb > prevLsb && slice_pic_order_cnt_lsb - prevLsb > half)
-        msb = prevMsb - maxPicOrderCntLsb;
+    const u32 msb = nalsmith::detail::pic_order_cnt_msb<u32>(slice_pic_order_cnt_lsb, maxPicOrderCntLsb,
+                                                             prevLsb, prev - prevLsb);
     return static_cast<i32>(msb + slice_pic_order_cnt_lsb);
 }
 

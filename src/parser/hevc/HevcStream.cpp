@@ -6,7 +6,7 @@
 
 namespace nalsmith_internal {
 
-using hevc::Role;
+using hevc::NalKind;
 using stream::AccessUnit;
 
 Status CParseHEVCParams::ReadVideoParams(const u8* data, u32 size, VideoInfo* info, int /*mode*/)
@@ -18,27 +18,29 @@ void CParseHEVCParams::RouteNalUnit(AccessUnit& unit, const hevc::NalHeader& hea
                                     VideoInfo& info)
 {
     const u32 type = header.nal_unit_type;
-    switch (hevc::RoleOf(type)) {
-    case Role::Slice: {
+    switch (header.Kind()) {
+    case NalKind::slice: {
         int newPicture = 0;
         if (ReadSliceHeaderData(&info, type, nal.rbsp, &newPicture, nullptr) == kOk)
-            stream::StoreSlice(*this, unit, nal, newPicture != 0, hevc::IsKeyPicture(type), info);
+            stream::StoreSlice(*this, unit, nal, newPicture != 0, nalsmith::detail::is_hevc_key(type), info);
         return;
     }
-    case Role::Vps:
+    case NalKind::vps:
         stream::StoreParameterSet(*this, &CParseHEVCParams::ReadVideoParameterSetData, unit, nal,
                                   {vpsNal, vpsCapacity, vpsNalSize});
         return;
-    case Role::Sps:
+    case NalKind::sps:
         stream::StoreParameterSet(*this, &CParseHEVCParams::ReadSequenceParameterSetData, unit, nal,
                                   {spsNal, spsCapacity, spsNalSize});
         return;
-    case Role::Pps:
+    case NalKind::pps:
         stream::StoreParameterSet(*this, &CParseHEVCParams::ReadPictureParameterSetData, unit, nal,
                                   {ppsNal, ppsCapacity, ppsNalSize});
         return;
-    case Role::Opener: unit.AppendOpener(nal); return;
-    case Role::Trailing: unit.AppendTrailing(nal); return;
+    case NalKind::delimiter:
+    case NalKind::sei:
+    case NalKind::opener: unit.AppendOpener(nal); return;
+    default: unit.AppendTrailing(nal); return;
     }
 }
 

@@ -2,6 +2,7 @@
 // All that H.264 and H.265 do differently in a frame that carries user data.
 #pragma once
 
+#include "nalsmith/detail/nal_types.hpp"
 #include "parser/records/NalUnit.h"
 
 namespace nalsmith_internal::userdata {
@@ -20,7 +21,7 @@ struct Codec {
 constexpr Kind AvcKind(u8 firstByte)
 {
     const u32 nal_unit_type = firstByte & 0x1F;
-    if (nal_unit_type == 6)
+    if (nalsmith::detail::avc_kind(nal_unit_type) == nalsmith::detail::NalKind::sei)
         return Kind::Sei;
     return nal_unit_type >= 1 && nal_unit_type <= 5 ? Kind::Slice : Kind::Other;
 }
@@ -29,7 +30,7 @@ constexpr Kind AvcKind(u8 firstByte)
 constexpr Kind HevcKind(u8 firstByte)
 {
     const u32 nal_unit_type = (firstByte >> 1) & 0x3F;
-    if (nal_unit_type == 39)
+    if (nalsmith::detail::hevc_kind(nal_unit_type) == nalsmith::detail::NalKind::sei)
         return Kind::Sei;
     return nal_unit_type <= 31 ? Kind::Slice : Kind::Other;
 }

@@ -38,12 +38,23 @@ constexpr bool is_parameter_set(NalKind kind) noexcept
     return kind >= NalKind::vps && kind <= NalKind::pps;
 }
 
+constexpr bool is_avc_idr(unsigned nal_unit_type) noexcept
+{
+    return nal_unit_type == 5;
+}
+
+// Of data partitions A alone; B and C have no slice header.
+constexpr bool is_avc_slice(unsigned nal_unit_type) noexcept
+{
+    return nal_unit_type == 1 || nal_unit_type == 2 || is_avc_idr(nal_unit_type);
+}
+
 constexpr NalKind avc_kind(unsigned nal_unit_type) noexcept
 {
+    // By itself, since it is asked of every NAL unit: a comparison where the switch becomes a table.
+    if (is_avc_slice(nal_unit_type))
+        return NalKind::slice;
     switch (nal_unit_type) {
-    case 1: return NalKind::slice;
-    case 2: return NalKind::slice; // data partition A; B and C have no such header
-    case 5: return NalKind::slice; // IDR
     case 6: return NalKind::sei;
     case 7: return NalKind::sps;
     case 8: return NalKind::pps;
@@ -59,10 +70,15 @@ constexpr NalKind avc_kind(unsigned nal_unit_type) noexcept
     }
 }
 
+// Reserved VCL types that are no slice segments (10 to 15, 24 to 31) are left out.
+constexpr bool is_hevc_slice(unsigned nal_unit_type) noexcept
+{
+    return nal_unit_type <= 9 || (nal_unit_type >= 16 && nal_unit_type <= 23);
+}
+
 constexpr NalKind hevc_kind(unsigned nal_unit_type) noexcept
 {
-    // Reserved VCL types that are no slice segments (10 to 15, 24 to 31) are left out.
-    if (nal_unit_type <= 9 || (nal_unit_type >= 16 && nal_unit_type <= 23))
+    if (is_hevc_slice(nal_unit_type))
         return NalKind::slice;
     switch (nal_unit_type) {
     case 32: return NalKind::vps;
@@ -78,11 +94,6 @@ constexpr NalKind hevc_kind(unsigned nal_unit_type) noexcept
     const bool opens =
         (nal_unit_type >= 41 && nal_unit_type <= 44) || (nal_unit_type >= 48 && nal_unit_type <= 55);
     return opens ? NalKind::opener : NalKind::trailing; // reserved, unspecified
-}
-
-constexpr bool is_avc_idr(unsigned nal_unit_type) noexcept
-{
-    return nal_unit_type == 5;
 }
 
 constexpr bool is_hevc_bla(unsigned nal_unit_type) noexcept

@@ -33,7 +33,7 @@ struct Extent {
     }
     static constexpr bool Slice(u8 firstHeaderByte)
     {
-        return HeaderOf(firstHeaderByte).Kind() == NalKind::slice;
+        return nalsmith::detail::is_avc_slice(HeaderOf(firstHeaderByte).nal_unit_type);
     }
 };
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Verdicts on a single sample, from its first slice.
+#include "nalsmith/detail/nal_types.hpp"
 #include "nalsmith/detail/rules.hpp"
 #include "parser/VideoParams.h"
 #include "parser/avc/AvcNal.h"
@@ -14,7 +15,7 @@ using bitstream::NextToTest;
 
 namespace {
 
-constexpr u32 kPartitionA = 2;
+constexpr u32 kNonIdrSlice = 1;
 
 // Slice types I and "all I" (H.264 Table 7-6). SI slices do not count.
 constexpr bool IsIntra(const AvcSliceInfo& slice)
@@ -69,7 +70,7 @@ Status CParseAVCParams::QuerySliceType(const u8* data, u32 size, VideoPicType& t
         if (header.forbidden_zero_bit != 0)
             return kFailed;
         // The header of a data partition A says it as well, but was never asked for it.
-        if (header.Kind() == avc::NalKind::slice && header.nal_unit_type != kPartitionA) {
+        if (header.nal_unit_type == kNonIdrSlice || nalsmith::detail::is_avc_idr(header.nal_unit_type)) {
             bitstream::Reading bits(*this);
             bits.GetUE(); // first_mb_in_slice
             type = static_cast<VideoPicType>(bits.GetUE());

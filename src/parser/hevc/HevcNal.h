@@ -38,7 +38,7 @@ struct Extent {
     }
     static constexpr bool Slice(u8 firstHeaderByte)
     {
-        return HeaderOf(firstHeaderByte, 0).Kind() == NalKind::slice;
+        return nalsmith::detail::is_hevc_slice(HeaderOf(firstHeaderByte, 0).nal_unit_type);
     }
 };
 

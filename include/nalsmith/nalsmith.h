@@ -169,7 +169,8 @@ NALSMITH_API std::int64_t GetParameterSetData(void* handle, std::uint8_t* frame,
 ///
 /// A slice whose parameter sets are unknown is dropped. A bare start code ends a piece. After a flush the
 /// flushed access unit stays current and is handed out again at the next picture boundary: use a new handle
-/// for another stream.
+/// for another stream. Time is in proportion to the piece and, for every key access unit completed without a
+/// sequence parameter set of its own, to the bytes of the retained parameter sets and of that access unit.
 ///
 /// \param handle    a parsing handle
 /// \param data,size the piece and its bytes, not in an access unit of the handle; null, or 0, is the flush

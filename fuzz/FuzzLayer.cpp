@@ -1,44 +1,61 @@
 // SPDX-License-Identifier: MIT
-// The C++ layer: nothing lost, the same access units however the input is cut, as many as the library gives,
-// and no step outside the input. The choices stand at the end of the input, the stream in front.
-#include <nalsmith/nalsmith.hpp>
+// The C++ layer: access units where the library's handles say that they begin, whatever the cuts; nothing
+// lost; parameters as the library reads them; bounds on what is held; and no step outside the input. The
+// choices stand at the end of the input, the stream before them.
+#include "UnitModel.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <fuzzer/FuzzedDataProvider.h>
+#include <sanitizer/allocator_interface.h>
 
 namespace {
 
 using namespace nalsmith;
+using unitmodel::Unit;
 
-void require(bool condition)
+std::size_t held = 0;
+std::size_t peak = 0;
+
+void require(bool condition, int line = __builtin_LINE())
 {
-    if (!condition)
-        std::abort();
+    if (condition)
+        return;
+    std::fprintf(stderr, "broken: line %d\n", line);
+    std::abort();
 }
 
-struct Unit {
-    Bytes bytes;
-    bool key;
-    std::size_t unreadable;
-
-    bool operator==(const Unit&) const = default;
+struct Cuts {
+    std::vector<std::size_t> sizes;
+    bool self_contained = false;
+    bool end_units = false; // after every piece
 };
 
-std::vector<Unit> read(Codec codec, BytesView stream, const std::vector<std::size_t>& sizes,
-                       bool self_contained)
+std::vector<Unit> read(Codec codec, BytesView stream, const Cuts& cuts, Bytes* all = nullptr)
 {
-    AccessUnitReader reader(codec, {.self_contained = self_contained});
+    AccessUnitReader reader(codec, {.self_contained = cuts.self_contained});
     std::vector<Unit> units;
+    std::uint64_t position = UINT64_MAX;
     const auto drain = [&] {
         while (const auto unit = reader.next()) {
-            require(unit->inserted == 0 || self_contained);
-            require(unit->unreadable <= unit->bytes.size() - unit->inserted);
-            units.push_back({Bytes(unit->bytes.begin(), unit->bytes.end()), unit->key, unit->unreadable});
+            require(unit->inserted == 0 || (cuts.self_contained && unit->key));
+            require(unit->zeros_left_out == 0 || cuts.end_units);
+            require(position == UINT64_MAX || unit->position == position);
+            require(unit->sequence.has_value() <= unit->has_picture);
+            const std::size_t size = unit->bytes.size() - unit->inserted;
+            position = unit->position + size + unit->zeros_left_out;
+            units.push_back({static_cast<std::size_t>(unit->position), static_cast<std::size_t>(position),
+                             unit->has_picture, unit->key, unit->reference});
+            if (all != nullptr)
+                append(*all, unit->bytes);
         }
+        require(reader.status() == Status::ok);
     };
     for (std::size_t i = 0; !stream.empty(); ++i) {
-        const std::size_t size = sizes[i % sizes.size()] + 1;
+        const std::size_t size = cuts.sizes[i % cuts.sizes.size()] + 1;
         require(reader.push(stream.subview(0, size), i) == Status::ok);
+        if (cuts.end_units)
+            require(reader.end_unit() == Status::ok);
         drain();
         stream = stream.subview(size);
     }
@@ -47,75 +64,112 @@ std::vector<Unit> read(Codec codec, BytesView stream, const std::vector<std::siz
     return units;
 }
 
-// The library's own, NAL unit by NAL unit behind start codes of four bytes. True for key access units.
-std::vector<bool> read_raw(Codec codec, BytesView stream)
+// The layer knows the chroma format of this profile, which the library passes over.
+bool has_profile_135(BytesView stream)
 {
-    const ParsingHandle handle = make_parsing_handle(codec, 2, 1);
-    std::vector<bool> keys;
-    VideoInfo info = {};
-    for (const NalUnit& nal : NalUnits(codec, stream)) {
-        if (nal.bare() || nal.forbidden())
-            continue;
-        Bytes piece = {0, 0, 0, 1};
-        append(piece, nal.bytes.subview(nal.start_code_size));
-        ParseVideoParams(handle.get(), piece.data(), detail::library_size(piece.size()), &info);
-        if (info.frameAvailable != 0)
-            keys.push_back(info.keyFrame != 0);
-    }
-    ParseVideoParams(handle.get(), nullptr, 0, &info);
-    if (info.frameAvailable != 0)
-        keys.push_back(info.keyFrame != 0);
-    return keys;
+    for (const NalUnit& nal : NalUnits(Codec::h264, stream))
+        if (nal.type() == 7 && nal.header_byte(1) == 135)
+            return true;
+    return false;
 }
 
 void use(Codec codec, BytesView unit, ContinuityChecker& checker, UserDataEditor& editor)
 {
     checker.check(unit);
-    sei_messages(codec, unit);
+    static_cast<void>(sei_messages(codec, unit));
     const BytesView data = unit.subview(0, 40);
     if (const auto added = editor.add(unit, data)) {
         const auto again = editor.add(*added, data);
         require(again.has_value() && editor.get(*again).has_value());
     }
-    editor.remove(unit);
+    if (const auto removed = editor.remove(unit)) {
+        const Bytes once = removed->to_bytes();
+        const auto twice = editor.remove(once);
+        require(once.empty() || (twice && twice->to_bytes() == once));
+        for (const SeiMessage& message : sei_messages(codec, once))
+            require(message.type != kUserDataUnregistered);
+    }
     Bytes prefixed;
     Bytes back;
     if (to_length_prefixed(unit, 4, prefixed) == Status::ok)
         require(to_annex_b(prefixed, 4, back) == Status::ok);
-    to_annex_b(unit, 1, back);
+    static_cast<void>(to_annex_b(unit, 1, back));
     CodecConfiguration configuration;
-    read_avc_configuration(unit, configuration);
-    read_hevc_configuration(unit, configuration);
+    static_cast<void>(read_avc_configuration(unit, configuration));
+    static_cast<void>(read_hevc_configuration(unit, configuration));
+}
+
+// Every SPS by itself, as the library reports it.
+void compare_sequences(Codec codec, BytesView stream)
+{
+    for (const NalUnit& nal : NalUnits(codec, stream)) {
+        ParameterSets sets;
+        if (nal.type() != (codec == Codec::h264 ? 7U : 33U) || !sets.add(nal))
+            continue;
+        VideoInfo info = {};
+        const ParsingHandle reader = make_parsing_handle(codec, 2, 1);
+        const Bytes& piece = sets.all()[0].bytes;
+        ParseVideoParams(reader.get(), piece.data(), detail::library_size(piece.size()), &info);
+        ParseVideoParams(reader.get(), nullptr, 0, &info);
+        const auto read = read_sequence(codec, sets, sets.all()[0].id);
+        require(read && info.sequenceInfoValid == 1);
+        const SequenceParameters expected = sequence_parameters(info);
+        require(std::memcmp(&*read, &expected, sizeof expected) == 0);
+    }
 }
 
 } // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    // All of the allocator's blocks, so that what the layer holds can be bounded by what it was given.
+    __sanitizer_install_malloc_and_free_hooks(
+        [](const volatile void* block, std::size_t) {
+            held += __sanitizer_get_allocated_size(const_cast<const void*>(block));
+            peak = held > peak ? held : peak;
+        },
+        [](const volatile void* block) {
+            held -= __sanitizer_get_allocated_size(const_cast<const void*>(block));
+        });
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     FuzzedDataProvider choices(data, size);
     const Codec codec = choices.ConsumeBool() ? Codec::h265 : Codec::h264;
-    std::vector<std::size_t> sizes(choices.ConsumeIntegralInRange<std::size_t>(1, 6));
-    for (std::size_t& piece : sizes)
+    Cuts cuts;
+    cuts.sizes.resize(choices.ConsumeIntegralInRange<std::size_t>(1, 6));
+    for (std::size_t& piece : cuts.sizes)
         piece = choices.ConsumeIntegralInRange<std::size_t>(0, 300);
     const Bytes stream = choices.ConsumeRemainingBytes<std::uint8_t>();
+    if (codec == Codec::h264 && has_profile_135(stream))
+        return 0;
+    compare_sequences(codec, stream);
 
-    const std::vector<Unit> units = read(codec, stream, sizes, false);
-    require(units == read(codec, stream, {size}, false));
-    const std::vector<bool> raw = read_raw(codec, stream);
-    require(units.size() == raw.size() || (raw.empty() && units.size() == 1));
+    Bytes all;
+    const std::vector<Unit> units = read(codec, stream, cuts, &all);
+    require(units == read(codec, stream, {{size}}));
+    require(units == unitmodel::Model(codec).cut(stream));
+    const std::size_t start = detail::find_start_code(stream.data(), 0, stream.size());
+    require(all.size() == stream.size() - start);
+    require(all.empty() || std::memcmp(all.data(), stream.data() + start, all.size()) == 0);
+
     ContinuityChecker checker(codec);
     UserDataEditor editor(codec);
     AccessUnitReader whole(codec, {.self_contained = true, .whole_units = true});
-    Bytes all;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        require(raw.empty() || units[i].key == raw[i]);
-        append(all, units[i].bytes);
-        use(codec, units[i].bytes, checker, editor);
-        require(whole.read(units[i].bytes).has_value());
+    for (const Unit& unit : units) {
+        const BytesView bytes = BytesView(stream).subview(unit.begin, unit.end - unit.begin);
+        use(codec, bytes, checker, editor);
+        const auto back = whole.read(bytes);
+        require(back && back->key == unit.key && back->has_picture == unit.picture);
     }
-    const std::size_t start = detail::find_start_code(stream.data(), 0, 0, stream.size());
-    require(all.size() == stream.size() - start);
-    require(all.empty() || std::memcmp(all.data(), stream.data() + start, all.size()) == 0);
-    require(read(codec, stream, sizes, true).size() == units.size());
+    peak = held;
+    const std::size_t before = held;
+    cuts.self_contained = true;
+    require(read(codec, stream, cuts).size() == units.size());
+    require(peak - before < 50'000 + 40 * stream.size());
+    cuts.end_units = true;
+    read(codec, stream, cuts);
     return 0;
 }

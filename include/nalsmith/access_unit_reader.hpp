@@ -4,57 +4,38 @@
 #ifndef NALSMITH_ACCESS_UNIT_READER_HPP
 #define NALSMITH_ACCESS_UNIT_READER_HPP
 
-#include "nalsmith/detail/library_feed.hpp"
-#include "nalsmith/detail/start_codes.hpp"
-#include "nalsmith/detail/unit_draft.hpp"
-
-#include <deque>
+#include "nalsmith/access_unit.hpp"
+#include "nalsmith/detail/reader/unit_cutter.hpp"
+#include "nalsmith/detail/reader/whole_units.hpp"
 
 namespace nalsmith {
-
-/// One access unit of a stream.
-struct AccessUnit {
-    /// Its bytes as they came in; with ReaderOptions::self_contained also the parameter sets put in. Valid
-    /// until the next call of a member of the reader that is not const.
-    BytesView bytes;
-    /// It holds a slice of a key picture: H.264 IDR, H.265 BLA, IDR or CRA.
-    bool key = false;
-    /// It holds a slice whose parameter sets are known.
-    bool has_picture = false;
-    /// Bytes at its front that are slices whose parameter sets had not come, with what belongs to them.
-    /// More than 0 only where a stream is entered in the middle or is damaged. The picture is behind them.
-    std::size_t unreadable = 0;
-    /// Bytes put in that the input did not have.
-    std::size_t inserted = 0;
-    /// The parameters in force for its picture, whether or not they came with it.
-    std::optional<SequenceParameters> sequence;
-    /// Type of its first slice; H.264 only.
-    VideoPicType picture_type = VideoPicTypeUnknown;
-    /// Where its first byte stood in the input.
-    std::uint64_t position = 0;
-    /// The tag of the call that brought its first byte.
-    std::uint64_t tag = 0;
-
-    /// Without what is unreadable.
-    BytesView picture() const noexcept { return bytes.subview(unreadable); }
-};
+inline namespace v1 {
 
 /// How an AccessUnitReader works.
 struct ReaderOptions {
     /// Gives every key access unit the parameter sets in force for it that it lacks: the latest of its SPS,
-    /// of the VPS of that and of every PPS of that, behind its delimiter and its own sets.
+    /// of the VPS of that and of every PPS of that. Each is put after the delimiter and after the access
+    /// unit's own sets of its kind and of those that it depends on.
     bool self_contained = false;
-    /// Each piece of input is one access unit and comes out at once, unchanged (but for the option above).
+    /// Each piece of input is one access unit and comes out at once, unchanged (except for the option above).
+    /// Nothing is copied: the piece has to stay valid until the access unit has been used.
     bool whole_units = false;
-    /// Bytes that may be held of an access unit that does not end. Beyond, push() answers `too_large`.
+    /// Bytes that may be held of an access unit that does not end. Beyond, push() answers `too_large`. H.264
+    /// slices that cannot be read, with nothing between them, come out in parts as soon as they take half of
+    /// that.
     std::size_t max_pending = std::size_t{64} << 20;
 };
 
 /// Cuts a byte stream into access units.
 ///
-/// The pieces that are pushed may end anywhere, also inside a start code. The access units, one behind the
-/// other, are the stream from its first start code on: nothing is lost, and nothing but what
-/// ReaderOptions::self_contained asks for is added. Where one begins is what the library says.
+/// The pieces that are pushed may end anywhere, also inside a start code. The access units in order are the
+/// stream from its first start code on: nothing is lost but AccessUnit::zeros_left_out, and nothing is added
+/// but what ReaderOptions::self_contained asks for. Where one begins is what the library says; slices that
+/// cannot be read are access units of their own.
+///
+/// An access unit comes out with the bytes that decide where it ends: the first 260 of the next picture's
+/// first slice, start code included, or the start code after that slice if it is shorter; or at once, with
+/// end_unit().
 ///
 /// \code
 /// nalsmith::AccessUnitReader reader(nalsmith::Codec::h264);
@@ -64,128 +45,223 @@ struct ReaderOptions {
 ///     while (const auto unit = reader.next())
 ///         use(*unit);
 /// }
-/// reader.finish();
+/// const bool good = reader.finish() == nalsmith::Status::ok;
 /// while (const auto unit = reader.next())
 ///     use(*unit);
 /// \endcode
+///
+/// Where the standard library's containers find no memory, their exception passes through. From then on every
+/// call answers `no_memory`, and no access unit comes out, until finish().
 class AccessUnitReader {
 public:
-    /// Where there is no memory for the library's handles, the first push() says so.
-    explicit AccessUnitReader(Codec codec, ReaderOptions options = {})
-        : codec_(codec), options_(options), library_(codec, !options.whole_units)
+    /// Needs no memory.
+    explicit AccessUnitReader(Codec codec, ReaderOptions options = {}) noexcept
+        : codec_(codec), options_(options), cutter_(codec, options.self_contained, options.max_pending / 2),
+          whole_units_(codec, options.self_contained)
     {
     }
+    /// Takes over the stream of `other`, which begins anew.
+    AccessUnitReader(AccessUnitReader&& other) noexcept : AccessUnitReader(other.codec_, other.options_)
+    {
+        swap(other);
+    }
+    /// The same. What it was reading is dropped.
+    AccessUnitReader& operator=(AccessUnitReader&& other) noexcept
+    {
+        AccessUnitReader taken(std::move(other));
+        swap(taken);
+        return *this;
+    }
+    AccessUnitReader(const AccessUnitReader&) = delete;
+    AccessUnitReader& operator=(const AccessUnitReader&) = delete;
+    ~AccessUnitReader() = default;
 
     /// Takes in the next piece, of any size, or with ReaderOptions::whole_units the next access unit. After
-    /// a failure nothing more is taken in until finish() or, for `no_start_code`, the next piece; what has
-    /// been taken in still comes out.
+    /// `too_large` nothing more is taken in until finish(); what has been taken in still comes out. A piece
+    /// that is refused with `no_start_code` (whole units alone) is passed over.
     Status push(BytesView piece, std::uint64_t tag = 0)
     {
-        if (status_ == Status::ok && (library_.failed() || start_codes_.failed()))
-            status_ = Status::no_memory;
-        if (status_ != Status::ok)
-            return status_;
-        compact();
-        return options_.whole_units ? push_unit(piece, tag) : push_piece(piece, tag);
+        if (failure_ != Status::ok)
+            return last_ = failure_;
+        if (options_.whole_units && NalUnits(codec_, piece).empty())
+            return last_ = Status::no_start_code;
+        if (options_.whole_units && piece.size() > options_.max_pending)
+            return last_ = failure_ = Status::too_large;
+        begin_call();
+        if (options_.whole_units)
+            whole_units_.push(piece, tag);
+        else
+            cutter_.push(piece, tag);
+        end_call();
+        return last_;
+    }
+
+    /// The last byte of an access unit has been pushed, as the marker bit of RTP says: what is held comes out
+    /// now, and whatever slice comes next begins another. Parameter sets stay. Without a NAL unit to end
+    /// nothing happens; NAL units that open an access unit come out as one without picture. With
+    /// ReaderOptions::whole_units: `not_supported`.
+    Status end_unit()
+    {
+        if (options_.whole_units)
+            return last_ = Status::not_supported;
+        if (failure_ != Status::ok)
+            return last_ = failure_;
+        begin_call();
+        cutter_.end_unit();
+        end_call();
+        return last_;
     }
 
     /// The next access unit, if one is complete.
     std::optional<AccessUnit> next()
     {
-        if (ready_.empty())
+        if (failure_ == Status::no_memory) {
+            last_ = failure_;
             return std::nullopt;
-        const detail::UnitDraft unit = std::move(ready_.front());
-        ready_.pop_front();
-        return describe(unit);
+        }
+        const Status before = failure_;
+        begin_call();
+        std::optional<AccessUnit> unit = options_.whole_units ? next_whole() : next_cut();
+        end_call();
+        if (before != Status::ok)
+            failure_ = before;
+        last_ = unit ? Status::ok : failure_;
+        return unit;
     }
 
     /// With ReaderOptions::whole_units: takes in an access unit and gives it back. None when it was refused;
     /// status() says why.
     std::optional<AccessUnit> read(BytesView unit, std::uint64_t tag = 0)
     {
-        read_status_ = options_.whole_units ? push(unit, tag) : Status::not_supported;
-        return read_status_ == Status::ok ? next() : std::nullopt;
+        if (!options_.whole_units)
+            last_ = Status::not_supported;
+        else if (push(unit, tag) == Status::ok)
+            return next();
+        return std::nullopt;
     }
-    /// How the last read() ended.
-    Status status() const noexcept { return read_status_; }
+
+    /// How the last call ended, whichever it was.
+    Status status() const noexcept { return last_; }
 
     /// Parameter sets from outside the stream, such as those of a configuration record, as a byte stream.
     /// They are in force from here on and part of no access unit.
     Status add_parameter_sets(BytesView sets)
     {
-        for (const NalUnit& nal : NalUnits(codec_, sets))
-            if (!nal.bare() && !nal.forbidden() && nal.is_parameter_set())
-                keep_set(nal);
-        return library_.failed() ? Status::no_memory : Status::ok;
+        if (failure_ != Status::ok)
+            return last_ = failure_;
+        begin_call();
+        if (options_.whole_units)
+            whole_units_.add_parameter_sets(sets);
+        else
+            cutter_.add_parameter_sets(sets);
+        end_call();
+        return last_;
     }
 
     /// Ends the stream: what is held becomes its last access unit. The next push() begins another stream,
-    /// which shares nothing with this one.
+    /// which shares nothing with this one. Answers the failure that the stream ended with, if any.
     Status finish()
     {
-        if (!options_.whole_units)
-            end_stream();
-        const Status status = status_ == Status::ok && library_.failed() ? Status::no_memory : status_;
-        restart();
-        return status;
+        const Status ended = failure_;
+        if (ended == Status::no_memory) {
+            *this = AccessUnitReader(codec_, options_);
+        } else {
+            begin_call();
+            if (options_.whole_units)
+                whole_units_.end_stream();
+            else
+                cutter_.end_stream();
+            failure_ = Status::ok;
+        }
+        return last_ = ended;
     }
 
-    /// The latest parameter sets of the stream so far.
-    const ParameterSets& parameter_sets() const noexcept { return sets_; }
+    /// The latest parameter sets of the stream, as far as its access units have been cut. Changed by every
+    /// call that is not const.
+    const ParameterSets& parameter_sets() const noexcept
+    {
+        return options_.whole_units ? whole_units_.parameter_sets() : cutter_.parameter_sets();
+    }
 
 private:
-    struct TagMark {
-        std::uint64_t begin;
-        std::uint64_t tag;
-    };
+    // An exception leaves a call as the lack of memory that it is.
+    void begin_call() noexcept { last_ = failure_ = Status::no_memory; }
+    void end_call()
+    {
+        const bool waits = !options_.whole_units && !cutter_.advance();
+        failure_ = waits && cutter_.pending() > options_.max_pending ? Status::too_large : Status::ok;
+        last_ = failure_;
+    }
 
-    Status push_piece(BytesView piece, std::uint64_t tag);
-    Status push_unit(BytesView piece, std::uint64_t tag);
-    void mark_tag(std::uint64_t tag);
-    std::uint64_t tag_at(std::uint64_t position);
-    void begin_nal(std::size_t at);
-    void end_nal(std::uint64_t end);
-    void end_stream();
-    void route(const NalUnit& nal, std::uint64_t begin);
-    void take_slice(const NalUnit& nal, std::uint64_t begin);
-    void describe_picture(const NalUnit& nal, std::uint64_t begin);
-    void keep_set(const NalUnit& nal);
-    void emit(std::uint64_t end, bool key);
-    AccessUnit describe(const detail::UnitDraft& unit);
-    std::optional<SequenceParameters> sequence(unsigned sps_id);
-    void compact();
-    void restart();
+    std::optional<AccessUnit> next_cut()
+    {
+        if (!cutter_.advance())
+            return std::nullopt;
+        const detail::Draft unit = cutter_.take();
+        return describe(unit, cutter_.view(unit.begin, unit.end));
+    }
 
-    static constexpr std::uint64_t kNone = UINT64_MAX;
+    std::optional<AccessUnit> next_whole()
+    {
+        BytesView bytes;
+        const std::optional<detail::Draft> unit = whole_units_.next(bytes);
+        return unit ? std::optional<AccessUnit>(describe(*unit, bytes)) : std::nullopt;
+    }
+
+    AccessUnit describe(const detail::Draft& unit, BytesView bytes);
+
+    void swap(AccessUnitReader& other) noexcept
+    {
+        std::swap(codec_, other.codec_);
+        std::swap(options_, other.options_);
+        std::swap(cutter_, other.cutter_);
+        std::swap(whole_units_, other.whole_units_);
+        std::swap(assembled_, other.assembled_);
+        std::swap(next_assembled_, other.next_assembled_);
+        std::swap(failure_, other.failure_);
+        std::swap(last_, other.last_);
+    }
 
     Codec codec_;
     ReaderOptions options_;
-    detail::StartCodes start_codes_;
-    detail::LibraryFeed library_;
-    ParameterSets sets_;
-    detail::SeenSets seen_;
-    std::array<std::optional<std::optional<SequenceParameters>>, 32> sequences_; // by SPS id, as far as asked
-    std::deque<detail::UnitDraft> ready_;
-    detail::UnitDraft draft_;
-    std::deque<TagMark> tags_;
-    Bytes buffer_;
-    Bytes assembled_;                     // the access unit handed out, when sets were put in
-    std::uint64_t base_ = 0;              // position of buffer_[0]
-    std::uint64_t origin_ = 0;            // position of the stream's first byte
-    std::size_t searched_ = 0;            // in buffer_: where the search for start codes goes on
-    std::uint64_t nal_ = 0;               // where the NAL unit at hand begins
-    std::uint64_t opener_ = kNone;        // the first that may begin an access unit, behind the last slice
-    std::uint64_t refused_ = kNone;       // the last slice without parameter sets
-    std::uint64_t after_refused_ = kNone; // the first opener behind it
-    bool started_ = false;                // a start code has been found
-    bool any_stored_ = false;             // the library holds a NAL unit
-    bool any_picture_ = false;
-    Status status_ = Status::ok;
-    Status read_status_ = Status::ok;
+    detail::UnitCutter cutter_;
+    detail::WholeUnits whole_units_;
+    Bytes assembled_;             // the access unit handed out, when sets were put in
+    Bytes next_assembled_;        // the next one, while the last may be read
+    Status failure_ = Status::ok; // what the stream goes on with until finish()
+    Status last_ = Status::ok;
 };
 
-} // namespace nalsmith
+inline AccessUnit AccessUnitReader::describe(const detail::Draft& unit, BytesView bytes)
+{
+    AccessUnit described;
+    described.bytes = bytes;
+    described.key = unit.key;
+    described.has_picture = unit.content == detail::Draft::Content::picture;
+    described.reference = unit.reference;
+    described.zeros_left_out = unit.zeros_left_out;
+    described.sequence = unit.sequence;
+    described.picture_type = unit.picture_type;
+    described.position = unit.position;
+    described.tag = unit.tag;
+    if (unit.insertions.empty())
+        return described;
+    next_assembled_.clear();
+    std::size_t copied = 0;
+    for (const detail::Insertion& insertion : unit.insertions) {
+        const auto at = static_cast<std::size_t>(insertion.at - unit.begin);
+        append(next_assembled_, bytes.subview(copied, at - copied));
+        append(next_assembled_, insertion.bytes);
+        copied = at;
+    }
+    append(next_assembled_, bytes.subview(copied));
+    std::swap(assembled_, next_assembled_);
+    described.inserted = assembled_.size() - bytes.size();
+    described.bytes = assembled_;
+    return described;
+}
 
-#include "nalsmith/detail/access_unit_reader.hpp"
+} // namespace v1
+} // namespace nalsmith
 
 #endif

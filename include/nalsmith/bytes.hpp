@@ -8,10 +8,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <type_traits>
 #include <vector>
 
 namespace nalsmith {
+inline namespace v1 {
 
 /// The coded video format.
 enum class Codec : std::int32_t {
@@ -19,10 +21,10 @@ enum class Codec : std::int32_t {
     h265 = VideoCodecHEVC,
 };
 
-/// How a call ended. Only `ok` is success.
-enum class Status {
+/// How a call ended. Only `ok` is success, and the compiler warns where nobody looks at it.
+enum class [[nodiscard]] Status{
     ok,
-    no_memory,          ///< the library had no memory; what is held stays
+    no_memory,          ///< there was no memory; what is held stays
     too_large,          ///< more than the stated limit, or than a size field can say
     no_start_code,      ///< the bytes hold no NAL unit
     no_slice,           ///< the access unit holds no picture to work on
@@ -76,10 +78,10 @@ public:
     constexpr std::size_t size() const noexcept { return size_; }                ///< number of bytes
     constexpr bool empty() const noexcept { return size_ == 0; }                 ///< no bytes
     constexpr const std::uint8_t* begin() const noexcept { return data_; }       ///< first byte
-    constexpr const std::uint8_t* end() const noexcept { return data_ + size_; } ///< behind the last
+    constexpr const std::uint8_t* end() const noexcept { return data_ + size_; } ///< past the last
     constexpr std::uint8_t operator[](std::size_t at) const noexcept { return data_[at]; } ///< not checked
 
-    /// The bytes from `offset` on, at most `count` of them. What lies behind the end is left out.
+    /// The bytes from `offset` on, at most `count` of them. What lies past the end is left out.
     constexpr BytesView subview(std::size_t offset, std::size_t count = SIZE_MAX) const noexcept
     {
         if (offset > size_)
@@ -95,13 +97,14 @@ private:
     std::size_t size_ = 0;
 };
 
-/// Puts bytes behind others.
-inline void append(Bytes& to, BytesView bytes)
-{
-    to.insert(to.end(), bytes.begin(), bytes.end());
-}
-
 namespace detail {
+
+/// Whether the two share a byte.
+inline bool overlap(BytesView a, BytesView b) noexcept
+{
+    const std::less<const std::uint8_t*> before;
+    return before(a.begin(), b.end()) && before(b.begin(), a.end());
+}
 
 /// The library counts in 32 bits.
 constexpr bool fits_library(std::size_t size) noexcept
@@ -116,6 +119,18 @@ constexpr std::uint32_t library_size(std::size_t size) noexcept
 
 } // namespace detail
 
+/// Puts bytes after others. They may be some of those.
+inline void append(Bytes& to, BytesView bytes)
+{
+    if (detail::overlap(bytes, to)) {
+        const Bytes copy = bytes.to_bytes();
+        to.insert(to.end(), copy.begin(), copy.end());
+    } else {
+        to.insert(to.end(), bytes.begin(), bytes.end());
+    }
+}
+
+} // namespace v1
 } // namespace nalsmith
 
 #endif

@@ -4,28 +4,15 @@
 #ifndef NALSMITH_CONTINUITY_HPP
 #define NALSMITH_CONTINUITY_HPP
 
-#include "nalsmith/detail/avc_continuity.hpp"
-#include "nalsmith/detail/hevc_continuity.hpp"
+#include "nalsmith/detail/avc/continuity.hpp"
+#include "nalsmith/detail/by_id.hpp"
+#include "nalsmith/detail/hevc/continuity.hpp"
+#include "nalsmith/detail/payload.hpp"
+#include "nalsmith/finding.hpp"
 #include "nalsmith/handles.hpp"
 
 namespace nalsmith {
-
-/// The name of a finding, for messages.
-constexpr const char* to_string(Finding finding) noexcept
-{
-    switch (finding) {
-    case Finding::none: return "no picture";
-    case Finding::continuous: return "continuous";
-    case Finding::skipped: return "skipped at a random access point";
-    case Finding::allowed_gap: return "allowed gap in frame_num";
-    case Finding::missing_reference: return "a picture that it refers to is missing";
-    case Finding::missing_field: return "a reference field is missing";
-    case Finding::no_start: return "not a picture to start at";
-    case Finding::unknown_parameters: return "parameter sets not known";
-    case Finding::unreadable: return "unreadable slice header";
-    }
-    return "unknown";
-}
+inline namespace v1 {
 
 /// The verdict on one access unit.
 struct Verdict {
@@ -81,91 +68,72 @@ private:
 
     Finding judge_avc(const NalUnit& nal)
     {
-        detail::BitReader reader(nal);
+        detail::BitReader reader = detail::bits_of(nal);
         detail::AvcPicture picture;
-        picture.idr = nal.type() == 5;
-        picture.reference = nal.ref_idc() != 0;
-        reader.ue(); // first_mb_in_slice
-        picture.slice_type = reader.ue() % 5;
-        picture.pps_id = reader.ue();
-        const auto* const pps = find(avc_pps_, picture.pps_id);
-        const auto* const sps = pps == nullptr ? nullptr : find(avc_sps_, pps->sps_id);
+        picture.IdrPicFlag = detail::is_avc_idr(nal.type());
+        picture.nal_ref_idc = static_cast<std::uint8_t>(nal.ref_idc());
+        detail::read_avc_slice_begin(reader, picture);
+        const auto* const pps = avc_pps_.find(picture.pic_parameter_set_id);
+        const auto* const sps = pps == nullptr ? nullptr : avc_sps_.find(pps->seq_parameter_set_id);
         if (sps == nullptr)
             return Finding::unknown_parameters;
-        detail::read_avc_slice(reader, *sps, *pps, picture);
+        detail::read_avc_picture(reader, *sps, *pps, picture);
         return avc_.judge(picture);
     }
 
     Finding judge_hevc(const NalUnit& nal)
     {
-        detail::BitReader reader(nal);
-        if (reader.flag() == 0)
+        detail::BitReader reader = detail::bits_of(nal);
+        if (!reader.flag())
             return Finding::none; // not the first slice segment of its picture
         detail::HevcPicture picture;
         picture.type = nal.type();
         picture.temporal_id = nal.temporal_id();
         if (picture.irap())
             reader.flag(); // no_output_of_prior_pics_flag
-        const auto* const pps = find(hevc_pps_, reader.ue());
-        const auto* const sps = pps == nullptr ? nullptr : find(hevc_sps_, pps->sps_id);
-        if (sps == nullptr)
+        const auto* const pps = hevc_pps_.find(reader.ue());
+        const auto* const references =
+            pps == nullptr ? nullptr : hevc_sps_.find(pps->pps_seq_parameter_set_id);
+        if (references == nullptr)
             return Finding::unknown_parameters;
-        return detail::read_hevc_slice(reader, *sps, *pps, picture) ? hevc_.judge(picture)
-                                                                    : Finding::unreadable;
+        return detail::read_hevc_slice(reader, *references, *pps, picture) ? hevc_.judge(picture)
+                                                                           : Finding::unreadable;
     }
 
     void read_other(const NalUnit& nal)
     {
+        const detail::BitReader reader = detail::bits_of(nal);
         const unsigned type = nal.type();
         if (codec_ == Codec::h264) {
-            if (type == 7)
-                keep(avc_sps_, kSpsIds, detail::read_avc_sps(nal));
-            else if (type == 8)
-                keep(avc_pps_, kPpsIds, detail::read_avc_pps(nal));
+            if (type == 7) {
+                const detail::AvcSps sps = detail::read_avc_sps(reader);
+                avc_sps_.keep(sps.seq_parameter_set_id, sps);
+            } else if (type == 8) {
+                const detail::AvcPps pps = detail::read_avc_pps(reader);
+                avc_pps_.keep(pps.pic_parameter_set_id, pps);
+            }
         } else if (type == 33) {
-            if (const auto sps = detail::read_hevc_sps(nal))
-                keep(hevc_sps_, kSpsIds, *sps);
+            if (auto references = detail::read_hevc_references(reader))
+                hevc_sps_.keep(references->sps_seq_parameter_set_id, std::move(*references));
         } else if (type == 34) {
-            keep(hevc_pps_, kPpsIds, detail::read_hevc_pps(nal));
+            const detail::HevcPps pps = detail::read_hevc_pps(reader);
+            hevc_pps_.keep(pps.pps_pic_parameter_set_id, pps);
         } else if (nal.ends_sequence()) {
             hevc_.end_sequence();
         }
     }
 
-    template <typename Set>
-    static void keep(std::vector<Set>& sets, unsigned ids, const Set& set)
-    {
-        for (Set& kept : sets)
-            if (kept.id == set.id) {
-                kept = set;
-                return;
-            }
-        if (set.id < ids)
-            sets.push_back(set);
-    }
-
-    template <typename Set>
-    static const Set* find(const std::vector<Set>& sets, unsigned id) noexcept
-    {
-        for (const Set& set : sets)
-            if (set.id == id)
-                return &set;
-        return nullptr;
-    }
-
-    static constexpr unsigned kSpsIds = 32;
-    static constexpr unsigned kPpsIds = 256;
-
     Codec codec_;
     ParsingHandle library_;
-    std::vector<detail::AvcSps> avc_sps_;
-    std::vector<detail::AvcPps> avc_pps_;
-    std::vector<detail::HevcSps> hevc_sps_;
-    std::vector<detail::HevcPps> hevc_pps_;
+    detail::ById<detail::AvcSps, 32> avc_sps_;
+    detail::ById<detail::AvcPps, 256> avc_pps_;
+    detail::ById<detail::HevcReferences, 32> hevc_sps_;
+    detail::ById<detail::HevcPps, 256> hevc_pps_;
     detail::AvcContinuity avc_;
     detail::HevcContinuity hevc_;
 };
 
+} // namespace v1
 } // namespace nalsmith
 
 #endif

@@ -9,6 +9,7 @@
 #include <utility>
 
 namespace nalsmith {
+inline namespace v1 {
 
 /// Owns a handle that `release` takes back.
 template <std::int64_t (*release)(void*)>
@@ -69,6 +70,7 @@ inline UserDataHandle make_user_data_handle(Codec codec) noexcept
     return UserDataHandle(handle);
 }
 
+} // namespace v1
 } // namespace nalsmith
 
 #endif

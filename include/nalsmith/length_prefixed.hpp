@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// NAL units behind their length instead of a start code, as files and transports in the manner of MP4 hold
+/// NAL units after their length instead of a start code, as files and transports in the manner of MP4 hold
 /// them (ISO/IEC 14496-15), and the configuration records that go with them.
 #ifndef NALSMITH_LENGTH_PREFIXED_HPP
 #define NALSMITH_LENGTH_PREFIXED_HPP
 
 #include "nalsmith/nal_units.hpp"
 
+#include <utility>
+
 namespace nalsmith {
+inline namespace v1 {
 
 namespace detail {
 
-// Big-endian fields, one behind the other. A field that is not all there leaves `good` false and reads 0.
+// Big-endian fields, one after the other. A field that is not all there leaves `good` false and reads 0.
 class FieldReader {
 public:
     explicit FieldReader(BytesView bytes) noexcept : bytes_(bytes) {}
@@ -59,14 +62,15 @@ constexpr bool is_length_size(unsigned size) noexcept
 
 } // namespace detail
 
-/// Puts the NAL units of a sample behind start codes, into `out` behind what it holds. `malformed` when a
-/// length leads beyond the sample: then what came before is in `out`.
+/// Puts the NAL units of a sample after start codes, into `out` after what it holds. `malformed` when a
+/// length leads beyond the sample: then what came before is in `out`. `sample` may lie in `out`.
 inline Status to_annex_b(BytesView sample, unsigned length_size, Bytes& out)
 {
     if (!detail::is_length_size(length_size))
         return Status::not_supported;
-    detail::FieldReader reader(sample);
-    while (reader.left() != 0) {
+    if (detail::overlap(sample, out))
+        return to_annex_b(sample.to_bytes(), length_size, out);
+    for (detail::FieldReader reader(sample); reader.left() != 0;) {
         const BytesView payload = reader.take(reader.number(length_size));
         if (!reader.good())
             return Status::malformed;
@@ -75,13 +79,15 @@ inline Status to_annex_b(BytesView sample, unsigned length_size, Bytes& out)
     return Status::ok;
 }
 
-/// Puts the NAL units of a byte stream behind their lengths, into `out` behind what it holds. Zero bytes
-/// behind a NAL unit, which are no part of it, are left out. `too_large` when a length does not fit: then
-/// what came before is in `out`.
+/// Puts the NAL units of a byte stream after their lengths, into `out` after what it holds. Zero bytes after
+/// a NAL unit, which are no part of it, are left out. `too_large` when a length does not fit: then what came
+/// before is in `out`. `stream` may lie in `out`.
 inline Status to_length_prefixed(BytesView stream, unsigned length_size, Bytes& out)
 {
     if (!detail::is_length_size(length_size))
         return Status::not_supported;
+    if (detail::overlap(stream, out))
+        return to_length_prefixed(stream.to_bytes(), length_size, out);
     const NalUnits nals(Codec::h264, stream); // the same for both codecs
     if (nals.empty())
         return Status::no_start_code;
@@ -108,18 +114,20 @@ struct CodecConfiguration {
 };
 
 /// Reads an AVCDecoderConfigurationRecord ("avcC"). `malformed` when it is cut short or of another version.
+/// `record` may lie in `out`.
 inline Status read_avc_configuration(BytesView record, CodecConfiguration& out)
 {
     detail::FieldReader reader(record);
-    out = {};
+    CodecConfiguration read; // the record may lie in `out`
     const std::uint32_t version = reader.number(1);
-    out.profile = reader.number(1);
+    read.profile = reader.number(1);
     reader.number(1); // profile_compatibility
-    out.level = reader.number(1);
-    out.length_size = (reader.number(1) & 3) + 1;
+    read.level = reader.number(1);
+    read.length_size = (reader.number(1) & 3) + 1;
     for (const std::uint32_t mask : {0x1FU, 0xFFU}) // SPS, then PPS
         for (std::uint32_t count = reader.number(1) & mask; count > 0 && reader.good(); --count)
-            detail::append_nal(out.parameter_sets, reader.take(reader.number(2)));
+            detail::append_nal(read.parameter_sets, reader.take(reader.number(2)));
+    out = std::move(read);
     return reader.good() && version == 1 ? Status::ok : Status::malformed;
 }
 
@@ -128,22 +136,24 @@ inline Status read_avc_configuration(BytesView record, CodecConfiguration& out)
 inline Status read_hevc_configuration(BytesView record, CodecConfiguration& out)
 {
     detail::FieldReader reader(record);
-    out = {};
-    out.codec = Codec::h265;
+    CodecConfiguration read; // the record may lie in `out`
+    read.codec = Codec::h265;
     const std::uint32_t version = reader.number(1);
-    out.profile = reader.number(1) & 31;
+    read.profile = reader.number(1) & 31;
     reader.take(10); // compatibility and constraint flags
-    out.level = reader.number(1);
+    read.level = reader.number(1);
     reader.take(8); // segmentation, parallelism, chroma format, bit depths, frame rate
-    out.length_size = (reader.number(1) & 3) + 1;
+    read.length_size = (reader.number(1) & 3) + 1;
     for (std::uint32_t arrays = reader.number(1); arrays > 0 && reader.good(); --arrays) {
         reader.number(1); // NAL_unit_type, which the NAL units say themselves
         for (std::uint32_t count = reader.number(2); count > 0 && reader.good(); --count)
-            detail::append_nal(out.parameter_sets, reader.take(reader.number(2)));
+            detail::append_nal(read.parameter_sets, reader.take(reader.number(2)));
     }
+    out = std::move(read);
     return reader.good() && version <= 1 ? Status::ok : Status::malformed;
 }
 
+} // namespace v1
 } // namespace nalsmith
 
 #endif

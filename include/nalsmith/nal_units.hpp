@@ -5,11 +5,14 @@
 #define NALSMITH_NAL_UNITS_HPP
 
 #include "nalsmith/bytes.hpp"
+#include "nalsmith/detail/nal_types.hpp"
+#include "nalsmith/detail/start_codes.hpp"
 
 #include <cstring>
 #include <iterator>
 
 namespace nalsmith {
+inline namespace v1 {
 
 /// Where a NAL unit belongs when a stream is cut into access units (H.264 7.4.1.2.3, H.265 7.4.2.4.4).
 enum class NalRole {
@@ -18,13 +21,20 @@ enum class NalRole {
     trailing, ///< stays with what came before
 };
 
+/// What the standard calls a `nal_unit_type` (H.264 Table 7-1, H.265 Table 7-1).
+constexpr const char* nal_type_name(Codec codec, unsigned nal_unit_type) noexcept
+{
+    return codec == Codec::h264 ? detail::kAvcNalNames[nal_unit_type & 31U]
+                                : detail::kHevcNalNames[nal_unit_type & 63U];
+}
+
 /// One NAL unit of a byte stream.
 struct NalUnit {
     Codec codec = Codec::h264;       ///< by whose rules the header is read
     BytesView bytes;                 ///< from its start code up to the next one
     std::size_t start_code_size = 0; ///< 3 or 4
 
-    /// Behind the start code and without the zero bytes behind the NAL unit (H.264 B.1.1, H.265 B.2.1).
+    /// After the start code and without the zero bytes after the NAL unit (H.264 B.1.1, H.265 B.2.1).
     BytesView payload() const noexcept
     {
         BytesView view = bytes.subview(start_code_size);
@@ -33,9 +43,9 @@ struct NalUnit {
         return view;
     }
 
-    /// Nothing behind the start code.
+    /// Nothing after the start code.
     bool bare() const noexcept { return bytes.size() <= start_code_size; }
-    /// A byte behind the start code; 0 where there is none.
+    /// A byte after the start code; 0 where there is none.
     unsigned header_byte(std::size_t at) const noexcept
     {
         return start_code_size + at < bytes.size() ? bytes[start_code_size + at] : 0U;
@@ -59,73 +69,53 @@ struct NalUnit {
     unsigned temporal_id() const noexcept { return (header_byte(1) & 7U) - ((header_byte(1) & 7U) != 0); }
 
     /// Carries a slice header that tells one picture from the next.
-    bool is_slice() const noexcept { return role() == NalRole::slice; }
+    bool is_slice() const noexcept { return kind() == detail::NalKind::slice; }
     /// A slice of a key picture: H.264 IDR, H.265 BLA, IDR or CRA.
     bool is_key_slice() const noexcept
     {
-        return codec == Codec::h264 ? type() == 5 : type() >= 16 && type() <= 21;
+        return codec == Codec::h264 ? detail::is_avc_idr(type()) : detail::is_hevc_key(type());
+    }
+    /// Other pictures may refer to its picture: `nal_ref_idc` is not 0, or the type is not that of a
+    /// sub-layer non-reference picture (H.264 7.4.1, H.265 7.4.2.2).
+    bool is_reference() const noexcept
+    {
+        return codec == Codec::h264 ? ref_idc() != 0 : !detail::is_hevc_sub_layer_non_reference(type());
     }
     /// Access unit delimiter.
-    bool is_delimiter() const noexcept { return type() == (codec == Codec::h264 ? 9U : 35U); }
+    bool is_delimiter() const noexcept { return kind() == detail::NalKind::delimiter; }
     /// SPS or PPS; H.265 also VPS.
-    bool is_parameter_set() const noexcept
-    {
-        return codec == Codec::h264 ? type() == 7 || type() == 8 : type() >= 32 && type() <= 34;
-    }
+    bool is_parameter_set() const noexcept { return detail::is_parameter_set(kind()); }
     /// H.264 SEI; H.265 prefix and suffix SEI.
-    bool is_sei() const noexcept { return codec == Codec::h264 ? type() == 6 : type() == 39 || type() == 40; }
+    bool is_sei() const noexcept
+    {
+        return kind() == detail::NalKind::sei || kind() == detail::NalKind::suffix_sei;
+    }
+    /// H.265 suffix SEI.
+    bool is_suffix_sei() const noexcept { return kind() == detail::NalKind::suffix_sei; }
     /// End of sequence or of stream: the next picture starts anew.
     bool ends_sequence() const noexcept
     {
-        const unsigned first = codec == Codec::h264 ? 10 : 36;
-        return type() == first || type() == first + 1;
+        return kind() == detail::NalKind::end_of_sequence || kind() == detail::NalKind::end_of_stream;
     }
 
     /// What it means for where access units begin (H.264 7.4.1.2.3, H.265 7.4.2.4.4).
     NalRole role() const noexcept
     {
-        const unsigned t = type();
-        if (codec == Codec::h264) {
-            if (t == 1 || t == 2 || t == 5)
-                return NalRole::slice;
-            return (t >= 6 && t <= 9) || (t >= 14 && t <= 18) ? NalRole::opener : NalRole::trailing;
-        }
-        if (t <= 9 || (t >= 16 && t <= 23))
+        if (is_slice())
             return NalRole::slice;
-        const bool opens = (t >= 32 && t <= 35) || t == 39 || (t >= 41 && t <= 44) || (t >= 48 && t <= 55);
-        return opens ? NalRole::opener : NalRole::trailing;
+        return detail::opens_access_unit(kind()) ? NalRole::opener : NalRole::trailing;
+    }
+
+private:
+    detail::NalKind kind() const noexcept
+    {
+        return codec == Codec::h264 ? detail::avc_kind(type()) : detail::hevc_kind(type());
     }
 };
 
-namespace detail {
-
-/// Where the first start code begins whose 01 is at `from` or later; `size` when there is none. Of the zeros
-/// in front of the 01, those at `low` and later count.
-inline std::size_t find_start_code(const std::uint8_t* data, std::size_t low, std::size_t from,
-                                   std::size_t size) noexcept
-{
-    while (from < size) {
-        const void* const one = std::memchr(data + from, 1, size - from);
-        if (one == nullptr)
-            return size;
-        const auto at = static_cast<std::size_t>(static_cast<const std::uint8_t*>(one) - data);
-        if (at >= low + 2 && data[at - 1] == 0 && data[at - 2] == 0)
-            return at >= low + 3 && data[at - 3] == 0 ? at - 3 : at - 2;
-        from = at + 1;
-    }
-    return size;
-}
-
-inline std::size_t start_code_size_at(const std::uint8_t* start_code) noexcept
-{
-    return start_code[2] == 1 ? 3 : 4;
-}
-
-} // namespace detail
-
 /// The NAL units of a buffer, in order, for a range-based `for`. Bytes before the first start code are not
 /// part of any. Unlike the library's own walks, this one sees a NAL unit of four bytes at the end of the
-/// buffer, goes on behind a bare start code and works for both codecs.
+/// buffer, goes on after a bare start code and works for both codecs.
 class NalUnits {
 public:
     /// Of `bytes`, which have to outlive the walk.
@@ -173,8 +163,8 @@ public:
             }
             const std::size_t at = next_;
             unit_.start_code_size = detail::start_code_size_at(bytes_.data() + at);
-            const std::size_t behind = at + unit_.start_code_size;
-            next_ = detail::find_start_code(bytes_.data(), behind, behind, bytes_.size());
+            const std::size_t after = at + unit_.start_code_size;
+            next_ = detail::find_start_code(bytes_.data(), after, bytes_.size());
             unit_.bytes = bytes_.subview(at, next_ - at);
         }
 
@@ -186,9 +176,9 @@ public:
     /// The first NAL unit.
     iterator begin() const noexcept
     {
-        return {codec_, bytes_, detail::find_start_code(bytes_.data(), 0, 0, bytes_.size())};
+        return {codec_, bytes_, detail::find_start_code(bytes_.data(), 0, bytes_.size())};
     }
-    /// Behind the last.
+    /// Past the last.
     iterator end() const noexcept { return {}; }
     /// Without a single start code.
     bool empty() const noexcept { return begin() == end(); }
@@ -198,6 +188,7 @@ private:
     BytesView bytes_;
 };
 
+} // namespace v1
 } // namespace nalsmith
 
 #endif

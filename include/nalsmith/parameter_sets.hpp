@@ -4,11 +4,13 @@
 #ifndef NALSMITH_PARAMETER_SETS_HPP
 #define NALSMITH_PARAMETER_SETS_HPP
 
-#include "nalsmith/detail/bit_reader.hpp"
+#include "nalsmith/detail/hevc/syntax.hpp"
+#include "nalsmith/detail/payload.hpp"
 
 #include <array>
 
 namespace nalsmith {
+inline namespace v1 {
 
 /// The kinds, in the order in which each depends on the one before.
 enum class ParameterSetKind : std::uint8_t {
@@ -26,54 +28,23 @@ struct ParameterSetId {
 
 /// A parameter set that is kept.
 struct ParameterSet : ParameterSetId {
-    Bytes bytes; ///< behind a start code of four bytes, without zero bytes at the end
+    Bytes bytes; ///< after a start code of four bytes, without zero bytes at the end
 };
-
-namespace detail {
-
-// profile_tier_level(1, maxNumSubLayersMinus1), H.265 7.3.3.
-inline void skip_profile_tier_level(BitReader& reader, unsigned max_sub_layers_minus1) noexcept
-{
-    constexpr unsigned kProfileBits = 88;
-    constexpr unsigned kLevelBits = 8;
-    reader.skip(kProfileBits + kLevelBits);
-    if (max_sub_layers_minus1 == 0)
-        return;
-    unsigned bits = 0;
-    for (unsigned i = 0; i < 8; ++i) { // the flags of layers that are not there are reserved bits
-        const bool profile_present = reader.flag() != 0;
-        const bool level_present = reader.flag() != 0;
-        if (i < max_sub_layers_minus1)
-            bits += (profile_present ? kProfileBits : 0) + (level_present ? kLevelBits : 0);
-    }
-    reader.skip(bits);
-}
-
-// Up to and including the id of an H.265 SPS.
-inline ParameterSetId read_hevc_sps_id(BitReader& reader) noexcept
-{
-    ParameterSetId set;
-    set.refers_to = reader.bits(4);
-    const unsigned sps_max_sub_layers_minus1 = reader.bits(3);
-    reader.skip(1); // sps_temporal_id_nesting_flag
-    skip_profile_tier_level(reader, sps_max_sub_layers_minus1);
-    set.id = reader.ue();
-    return set;
-}
-
-} // namespace detail
 
 /// Which parameter set a NAL unit of a parameter set type is.
 inline ParameterSetId identify_parameter_set(const NalUnit& nal) noexcept
 {
-    detail::BitReader reader(nal);
+    detail::BitReader reader = detail::bits_of(nal);
     ParameterSetId set;
     const unsigned type = nal.type();
     if (nal.codec == Codec::h265 && type == 32) {
         set.kind = ParameterSetKind::vps;
         set.id = reader.bits(4);
     } else if (nal.codec == Codec::h265 && type == 33) {
-        set = detail::read_hevc_sps_id(reader);
+        detail::HevcSps sps;
+        detail::read_hevc_sps_begin(reader, sps);
+        set.id = sps.sps_seq_parameter_set_id;
+        set.refers_to = sps.sps_video_parameter_set_id;
     } else if (nal.codec == Codec::h264 && type == 7) {
         reader.skip(24); // profile, constraint flags, level
         set.id = reader.ue();
@@ -93,21 +64,29 @@ public:
     {
         if (nal.bare() || nal.forbidden() || !nal.is_parameter_set() || nal.layer_id() != 0)
             return false;
-        const ParameterSetId id = identify_parameter_set(nal);
+        return add(nal, identify_parameter_set(nal));
+    }
+
+    /// The same for one that has been identified.
+    bool add(const NalUnit& nal, const ParameterSetId& id)
+    {
         const std::size_t slot = slot_of(id.kind, id.id);
         if (slot == kNowhere)
             return false;
         const BytesView payload = nal.payload();
-        if (places_[slot] == 0) {
-            sets_.emplace_back();
+        if (places_[slot] != 0 && same(sets_[places_[slot] - 1U].bytes, payload))
+            return false;
+        ParameterSet set; // complete before it is kept: there may be no memory
+        static_cast<ParameterSetId&>(set) = id;
+        set.bytes.reserve(payload.size() + 4);
+        set.bytes = {0, 0, 0, 1};
+        append(set.bytes, payload);
+        if (places_[slot] != 0) {
+            sets_[places_[slot] - 1U] = std::move(set);
+        } else {
+            sets_.push_back(std::move(set));
             places_[slot] = static_cast<std::uint16_t>(sets_.size());
         }
-        ParameterSet& kept = sets_[places_[slot] - 1U];
-        if (same(kept.bytes, payload))
-            return false;
-        static_cast<ParameterSetId&>(kept) = id;
-        kept.bytes = {0, 0, 0, 1};
-        append(kept.bytes, payload);
         return true;
     }
 
@@ -148,22 +127,22 @@ public:
         places_ = {};
     }
 
-private:
-    static constexpr std::size_t kVps = 16;
-    static constexpr std::size_t kSps = 32;
-    static constexpr std::size_t kPps = 256;
+    /// How many there can be.
+    static constexpr std::size_t kSlots = 16 + 32 + 256;
+    /// Where there can be none: the standards have no such id.
     static constexpr std::size_t kNowhere = SIZE_MAX;
-
-    static std::size_t slot_of(ParameterSetKind kind, unsigned id) noexcept
+    /// A number for each kind and id, below `kSlots`, or `kNowhere`.
+    static constexpr std::size_t slot_of(ParameterSetKind kind, unsigned id) noexcept
     {
         switch (kind) {
-        case ParameterSetKind::vps: return id < kVps ? id : kNowhere;
-        case ParameterSetKind::sps: return id < kSps ? kVps + id : kNowhere;
-        case ParameterSetKind::pps: return id < kPps ? kVps + kSps + id : kNowhere;
+        case ParameterSetKind::vps: return id < 16 ? id : kNowhere;
+        case ParameterSetKind::sps: return id < 32 ? 16 + id : kNowhere;
+        case ParameterSetKind::pps: return id < 256 ? 48 + id : kNowhere;
         }
         return kNowhere;
     }
 
+private:
     static bool same(BytesView kept, BytesView payload) noexcept
     {
         return kept.size() == payload.size() + 4 &&
@@ -171,9 +150,10 @@ private:
     }
 
     std::vector<ParameterSet> sets_;
-    std::array<std::uint16_t, kVps + kSps + kPps> places_ = {}; // behind sets_[places_ - 1]; 0 for none
+    std::array<std::uint16_t, kSlots> places_ = {}; // in sets_[places_ - 1]; 0 for none
 };
 
+} // namespace v1
 } // namespace nalsmith
 
 #endif

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// What a sequence parameter set says about the pictures, as the library reads it.
+/// What a sequence parameter set says about the pictures.
 #ifndef NALSMITH_SEQUENCE_HPP
 #define NALSMITH_SEQUENCE_HPP
 
-#include "nalsmith/handles.hpp"
+#include "nalsmith/detail/avc/syntax.hpp"
 #include "nalsmith/parameter_sets.hpp"
 
 #include <optional>
 
 namespace nalsmith {
+inline namespace v1 {
 
 /// The sequence fields of VideoInfo, with the meaning that they have there.
 struct SequenceParameters {
@@ -44,31 +45,114 @@ inline SequenceParameters sequence_parameters(const VideoInfo& info) noexcept
     return fields;
 }
 
+namespace detail {
+
+struct Cropping {
+    std::uint32_t unit_x = 0; // luma samples of a crop unit: SubWidthC, SubHeightC
+    std::uint32_t unit_y = 0;
+};
+
+// H.264 Table 6-1, H.265 Table 6-1. A chroma format that the standards do not define disables cropping.
+constexpr Cropping crop_unit(std::uint32_t chroma_format_idc) noexcept
+{
+    switch (chroma_format_idc) {
+    case 0: return {1, 1};
+    case 1: return {2, 2};
+    case 2: return {2, 1};
+    case 3: return {1, 1};
+    default: return {0, 0};
+    }
+}
+
+// H.264 7.4.2.1.1, H.265 7.4.3.2.1. `offsets` are left, right, top, bottom.
+inline void set_size(SequenceParameters& to, std::uint32_t coded_width, std::uint32_t coded_height,
+                     const std::array<std::uint32_t, 4>& offsets, Cropping unit) noexcept
+{
+    to.width = coded_width - unit.unit_x * offsets[0] - unit.unit_x * offsets[1];
+    to.height = coded_height - unit.unit_y * offsets[2] - unit.unit_y * offsets[3];
+}
+
+inline void set_video_signal(SequenceParameters& to, const Vui& vui) noexcept
+{
+    if (!vui.present)
+        return;
+    to.video_signal_type_present_flag = vui.video_signal_type_present_flag;
+    to.video_format = vui.video_format;
+    to.video_full_range_flag = vui.video_full_range_flag;
+    to.colour_description_present_flag = vui.colour_description_present_flag;
+    to.colour_primaries = vui.colour_primaries;
+    to.transfer_characteristics = vui.transfer_characteristics;
+    to.matrix_coefficients = vui.matrix_coefficients;
+}
+
+inline SequenceParameters sequence_of(const AvcSps& sps) noexcept
+{
+    SequenceParameters sequence;
+    // A map unit is two macroblock rows high where fields may occur, and so is a crop unit.
+    const std::uint32_t rows = sps.frame_mbs_only_flag ? 1 : 2;
+    Cropping unit = crop_unit(sps.chroma_format_idc);
+    unit.unit_y *= rows;
+    set_size(sequence, 16 * (sps.pic_width_in_mbs_minus1 + 1),
+             16 * rows * (sps.pic_height_in_map_units_minus1 + 1), sps.frame_crop, unit);
+    set_video_signal(sequence, sps.vui);
+    if (sps.vui.timing_info_present_flag) {
+        sequence.frame_rate_num = sps.vui.time_scale;
+        sequence.frame_rate_den = 2 * sps.vui.num_units_in_tick; // a frame takes two ticks
+    }
+    return sequence;
+}
+
+// That of the VPS, where the VUI has none. 0 for none at all.
+inline void set_timing(SequenceParameters& to, const HevcVps& vps) noexcept
+{
+    to.frame_rate_num = vps.time_scale;
+    to.frame_rate_den = vps.num_units_in_tick;
+}
+
+inline SequenceParameters sequence_of(const HevcSps& sps, const HevcVps& vps) noexcept
+{
+    SequenceParameters sequence;
+    set_size(sequence, sps.pic_width_in_luma_samples, sps.pic_height_in_luma_samples, sps.conf_win,
+             crop_unit(sps.chroma_format_idc));
+    set_video_signal(sequence, sps.vui);
+    set_timing(sequence, vps);
+    if (sps.vui.timing_info_present_flag) {
+        sequence.frame_rate_num = sps.vui.time_scale;
+        sequence.frame_rate_den = sps.vui.num_units_in_tick;
+    }
+    return sequence;
+}
+
+// Of a set as ParameterSets keeps it.
+inline BitReader bits_of(Codec codec, const ParameterSet& set) noexcept
+{
+    NalUnit nal;
+    nal.codec = codec;
+    nal.bytes = set.bytes;
+    nal.start_code_size = 4;
+    return bits_of(nal);
+}
+
+} // namespace detail
+
 /// Reads the sequence parameter set `id` with the video parameter set that it refers to. None when there is
 /// no such set.
-inline std::optional<SequenceParameters> read_sequence(Codec codec, const ParameterSets& sets, unsigned id)
+inline std::optional<SequenceParameters> read_sequence(Codec codec, const ParameterSets& sets,
+                                                       unsigned id) noexcept
 {
     const ParameterSet* const sps = sets.find(ParameterSetKind::sps, id);
     if (sps == nullptr)
         return std::nullopt;
-    Bytes piece;
-    if (codec == Codec::h265) {
-        // The delimiter takes the place of the first NAL unit, the only one whose record the library gives
-        // up for that of the next: so the timing of the video parameter set is kept.
-        piece = {0, 0, 0, 1, 0x46, 1, 0x50};
-        if (const ParameterSet* const vps = sets.find(ParameterSetKind::vps, sps->refers_to))
-            append(piece, vps->bytes);
-    }
-    append(piece, sps->bytes);
-    const ParsingHandle reader = make_parsing_handle(codec, 2, 1);
-    VideoInfo info = {};
-    if (!reader || !detail::fits_library(piece.size()) ||
-        ParseVideoParams(reader.get(), piece.data(), detail::library_size(piece.size()), &info) != 0 ||
-        ParseVideoParams(reader.get(), nullptr, 0, &info) != 0 || info.sequenceInfoValid == 0)
-        return std::nullopt;
-    return sequence_parameters(info);
+    if (codec == Codec::h264)
+        return detail::sequence_of(detail::read_avc_sps(detail::bits_of(codec, *sps)));
+    const ParameterSet* const set = sets.find(ParameterSetKind::vps, sps->refers_to);
+    detail::HevcVps vps;
+    if (set != nullptr)
+        vps = detail::read_hevc_vps(detail::bits_of(codec, *set));
+    return detail::sequence_of(detail::read_hevc_sps(detail::bits_of(codec, *sps)), vps);
 }
 
+} // namespace v1
 } // namespace nalsmith
 
 #endif

@@ -4,17 +4,19 @@
 #ifndef NALSMITH_USER_DATA_HPP
 #define NALSMITH_USER_DATA_HPP
 
+#include "nalsmith/detail/sei/remover.hpp"
 #include "nalsmith/handles.hpp"
 #include "nalsmith/sei.hpp"
 
-#include <functional>
+#include <algorithm>
 
 namespace nalsmith {
+inline namespace v1 {
 
 /// Carries bytes of the caller's in access units, as AddUserData(), GetUserData() and RemoveUserData() do.
-/// Bare start codes, which hold no NAL unit and would hide what is behind them, are left out. What an editor
-/// answers may be handed to it again. A NAL unit of one byte that ends the unit behind an SEI NAL unit, and a
-/// slice of one byte, get a start code of four bytes.
+/// What an editor answers may be handed to it again. add() leaves out bare start codes, which hold no NAL
+/// unit and would hide what comes after them; a NAL unit of one byte that ends the unit after an SEI NAL
+/// unit, and a slice of one byte, get a start code of four bytes there.
 ///
 /// \code
 /// nalsmith::UserDataEditor editor(nalsmith::Codec::h265);
@@ -35,10 +37,11 @@ public:
             return std::nullopt;
         unit = apart_from(found_, unit);
         const std::uint8_t nothing = 0;
-        return result(found_, [&](const std::uint8_t** out, std::uint32_t* size) {
-            return AddUserData(handle_.get(), unit.data(), detail::library_size(unit.size()),
-                               data.empty() ? &nothing : data.data(), detail::library_size(data.size()), out,
-                               size);
+        return result([&](const std::uint8_t** out, std::uint32_t* size) {
+            const bool added = AddUserData(handle_.get(), unit.data(), detail::library_size(unit.size()),
+                                           data.empty() ? &nothing : data.data(),
+                                           detail::library_size(data.size()), out, size) == 0;
+            return added ? Status::ok : fits_together(unit, data) ? Status::no_memory : Status::too_large;
         });
     }
 
@@ -48,24 +51,29 @@ public:
     {
         if (!accept(unit))
             return std::nullopt;
-        return result(found_, [&](const std::uint8_t** out, std::uint32_t* size) {
-            return GetUserData(handle_.get(), unit.data(), detail::library_size(unit.size()), out, size);
+        return result([&](const std::uint8_t** out, std::uint32_t* size) {
+            return GetUserData(handle_.get(), unit.data(), detail::library_size(unit.size()), out, size) == 0
+                       ? Status::ok
+                       : Status::no_memory;
         });
     }
 
-    /// The access unit without any message of type 5, whoever wrote it. Valid until the next remove().
+    /// The access unit without any message of type 5, whoever wrote it, from prefix and suffix SEI NAL units
+    /// alike. Everything else stays as it is, what is no message in an SEI NAL unit included. Valid until the
+    /// next remove().
     std::optional<BytesView> remove(BytesView unit)
     {
-        if (!accept(unit))
+        status_ = NalUnits(codec_, unit).empty() ? Status::no_start_code : Status::ok;
+        if (status_ != Status::ok)
             return std::nullopt;
-        unit = apart_from(removed_, unit);
-        return result(removed_, [&](const std::uint8_t** out, std::uint32_t* size) {
-            return RemoveUserData(handle_.get(), unit.data(), detail::library_size(unit.size()), out, size);
-        });
+        remover_.remove(
+            codec_, unit, [](const detail::SeiPart& part) { return part.type == kUserDataUnregistered; },
+            next_removed_); // the unit may lie in what was answered last
+        std::swap(removed_, next_removed_);
+        return BytesView(removed_);
     }
 
-    /// How the last call ended. `malformed`: an SEI NAL unit in whose messages new ones would not be found,
-    /// or lack of memory, which the library does not tell apart.
+    /// How the last call ended. `malformed`: an SEI NAL unit in whose messages new ones would not be found.
     Status status() const noexcept { return status_; }
 
 private:
@@ -73,13 +81,13 @@ private:
     {
         bool bare = false;
         bool any = false;
-        bool behind_sei = false;
+        bool after_sei = false;
         bool unseen = false;
         for (const NalUnit& nal : NalUnits(codec_, unit)) {
             bare = bare || nal.bare();
             any = any || !nal.bare();
-            unseen = short_start_code_hides(nal) && (behind_sei || nal.is_slice());
-            behind_sei = is_sei(nal);
+            unseen = short_start_code_hides(nal) && (after_sei || nal.is_slice());
+            after_sei = takes_user_data(nal);
         }
         status_ = !handle_ ? Status::no_memory : any ? Status::ok : Status::no_start_code;
         if (bare || unseen)
@@ -87,10 +95,7 @@ private:
         return status_ == Status::ok && accept_size(unit);
     }
 
-    bool is_sei(const NalUnit& nal) const noexcept
-    {
-        return nal.type() == (codec_ == Codec::h264 ? 6U : 39U);
-    }
+    static bool takes_user_data(const NalUnit& nal) noexcept { return nal.is_sei() && !nal.is_suffix_sei(); }
 
     // The library takes four such bytes at the end of a buffer for the end of the NAL unit before them.
     static bool short_start_code_hides(const NalUnit& nal) noexcept
@@ -100,21 +105,21 @@ private:
 
     BytesView readable(BytesView unit)
     {
-        copy_.clear();
+        Bytes copy;
         for (const NalUnit& nal : NalUnits(codec_, unit)) {
             if (short_start_code_hides(nal))
-                copy_.push_back(0);
+                copy.push_back(0);
             if (!nal.bare())
-                append(copy_, nal.bytes);
+                append(copy, nal.bytes);
         }
+        copy_ = std::move(copy);
         return copy_;
     }
 
     // The library refuses to read from the buffer that it writes to.
     BytesView apart_from(BytesView written, BytesView unit)
     {
-        const std::less<const std::uint8_t*> before;
-        if (!before(unit.begin(), written.end()) || !before(written.begin(), unit.end()))
+        if (!detail::overlap(unit, written))
             return unit;
         copy_ = unit.to_bytes();
         return copy_;
@@ -126,47 +131,72 @@ private:
         return status_ == Status::ok;
     }
 
+    // With three bytes for every two of a message, as emulation prevention may need.
+    static bool fits_together(BytesView unit, BytesView data) noexcept
+    {
+        constexpr std::size_t kFraming = 64; // start code, header, type, UUID, stop byte
+        const std::size_t message = data.size() + data.size() / 255 + kFraming;
+        return detail::fits_library(unit.size() + message + message / 2);
+    }
+
     // Without a slice the data would belong to no picture; in the wake of a message that does not end, no one
-    // would find it.
+    // would find it. Every SEI NAL unit has to have a stop byte, also those to which nothing is added.
     bool check_place(BytesView unit)
     {
+        bool slice = false;
         bool sei = false;
         for (const NalUnit& nal : NalUnits(codec_, unit)) {
-            if (nal.is_slice())
-                return true;
-            std::vector<SeiMessage> messages;
-            if (!sei && is_sei(nal)) {
-                sei = true;
-                if (!detail::read_sei_nal(nal, messages)) {
-                    status_ = Status::malformed;
-                    return false;
-                }
+            slice = slice || nal.is_slice();
+            if (!takes_user_data(nal))
+                continue;
+            if (!has_stop_byte(nal) || (!slice && !sei && !is_sound(nal))) {
+                status_ = Status::malformed;
+                return false;
             }
+            sei = true;
         }
-        status_ = Status::no_slice;
-        return false;
+        status_ = slice ? Status::ok : Status::no_slice;
+        return slice;
+    }
+
+    static bool has_stop_byte(const NalUnit& nal) noexcept
+    {
+        const BytesView stored = nal.bytes.subview(nal.start_code_size + detail::header_size(nal.codec));
+        return std::find(stored.begin(), stored.end(), detail::kStopByte) != stored.end();
+    }
+
+    bool is_sound(const NalUnit& nal)
+    {
+        detail::SeiWalk walk(nal, rbsp_);
+        for (detail::SeiPart part; walk.next(part);) {
+        }
+        return walk.stopped() && walk.left().empty();
     }
 
     template <typename Call>
-    std::optional<BytesView> result(BytesView& written, const Call& call)
+    std::optional<BytesView> result(const Call& call)
     {
         const std::uint8_t* out = nullptr;
         std::uint32_t size = 0;
-        status_ = call(&out, &size) == 0 ? Status::ok : Status::malformed;
+        status_ = call(&out, &size);
         if (status_ != Status::ok || out == nullptr)
             return std::nullopt;
-        written = BytesView(out, size);
-        return written;
+        found_ = BytesView(out, size);
+        return found_;
     }
 
     Codec codec_;
     UserDataHandle handle_;
-    Bytes copy_;        // of a unit that cannot be handed on as it is
-    BytesView found_;   // what add() or get() answered last
-    BytesView removed_; // what remove() answered last
+    detail::SeiRemover remover_;
+    Bytes rbsp_;         // of the SEI NAL unit looked at
+    Bytes copy_;         // of a unit that cannot be handed on as it is
+    Bytes removed_;      // what remove() answered last
+    Bytes next_removed_; // what it answers next
+    BytesView found_;    // what add() or get() answered last
     Status status_ = Status::ok;
 };
 
+} // namespace v1
 } // namespace nalsmith
 
 #endif

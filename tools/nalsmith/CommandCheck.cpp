@@ -57,11 +57,12 @@ public:
 
     VideoInfoEx Judge(const UnitReader& reader, const nalsmith::AccessUnit& unit)
     {
-        const std::uint8_t* const picture = unit.has_picture ? unit.picture().begin() : unit.bytes.end();
+        if (unit.has_picture)
+            return Test(unit.bytes);
         for (const nalsmith::NalUnit& nal : reader.Nals())
-            if (nal.is_parameter_set() && !nal.forbidden() && nal.bytes.begin() < picture)
+            if (nal.is_parameter_set() && !nal.forbidden())
                 Test(nal.bytes);
-        return unit.has_picture ? Test(unit.picture()) : VideoInfoEx();
+        return {};
     }
 
 private:

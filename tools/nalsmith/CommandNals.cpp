@@ -88,7 +88,8 @@ std::string PictureTypeText(VideoPicType type)
 void PrintText(const ListedNal& listed)
 {
     const nalsmith::NalUnit& nal = listed.nal;
-    std::string name = listed.HasHeader() ? NalTypeName(nal.codec, nal.type()) : "(bare start code)";
+    std::string name =
+        listed.HasHeader() ? nalsmith::nal_type_name(nal.codec, nal.type()) : "(bare start code)";
     if (nal.forbidden())
         name += " (forbidden_zero_bit set)";
     const std::string start = fmt::format("{:>8}  {:>12}  {:>10}  {:>4}", listed.index, listed.offset,
@@ -120,7 +121,7 @@ void PrintJson(const ListedNal& listed)
     const bool header = listed.HasHeader();
     Json json = {{"index", listed.index}, {"offset", listed.offset}, {"size", listed.Size()}};
     json["nal_unit_type"] = Known(header, nal.type());
-    json["name"] = header ? Json(NalTypeName(nal.codec, nal.type())) : Json();
+    json["name"] = header ? Json(nalsmith::nal_type_name(nal.codec, nal.type())) : Json();
     json["forbidden_zero_bit"] = Known(header, nal.forbidden() ? 1 : 0);
     if (listed.IsAvc()) {
         json["nal_ref_idc"] = Known(header, nal.ref_idc());

@@ -2,7 +2,6 @@
 // nalsmith report: what a stream is like, as a page for a browser.
 #include "Commands.h"
 #include "Files.h"
-#include "NalNames.h"
 #include "Output.h"
 #include "OutputFile.h"
 #include "ReportPage.h"
@@ -20,7 +19,7 @@ ExitStatus WriteReport(const CopyOptions& options)
     StreamReport report(reader.Codec());
     while (const nalsmith::AccessUnit* unit = reader.Next())
         report.Add(*unit);
-    file.Write(ReportPage(report, Printable(input.Name()), NalTypeName));
+    file.Write(ReportPage(report, Printable(input.Name())));
     file.Commit();
     reader.Warn();
     output::Counts(options,

@@ -38,6 +38,7 @@ public:
             if (reader_.Units() == 1 || !options_.atKey || unit->key)
                 Begin(*unit);
             Write(unit->bytes);
+            WriteZeros(unit->zeros_left_out, [this](nalsmith::BytesView zeros) { Write(zeros); });
             ++piece_.units;
         }
         Tell();

@@ -94,13 +94,12 @@ private:
         return nal.type() == (nal.codec == nalsmith::Codec::h264 ? 6U : 39U);
     }
 
-    // A slice whose parameter sets had not come is none, but the SEI NAL unit in front of it is.
+    // A slice whose parameter sets have not come is none, but the SEI NAL unit before it is.
     static bool IsPlace(const nalsmith::AccessUnit& unit, const nalsmith::NalUnit& nal)
     {
         if (nal.bare() || nal.forbidden())
             return false;
-        const bool readable = unit.has_picture && nal.bytes.begin() >= unit.picture().begin();
-        return IsMessage(nal) || (readable && nal.is_slice());
+        return IsMessage(nal) || (unit.has_picture && nal.is_slice());
     }
 
     // None when the NAL unit is no place.

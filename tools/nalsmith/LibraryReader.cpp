@@ -22,14 +22,22 @@ LibraryReader::LibraryReader(Input& input, const StreamOptions& stream, NalObser
 
 const VideoInfo* LibraryReader::Next()
 {
-    do {
-        while (at_ < reader_.Nals().size())
-            if (HandIn(reader_.Nals()[at_++]))
-                return &info_;
-        at_ = 0;
-    } while (reader_.Next() != nullptr);
-    at_ = reader_.Nals().size();
+    while (at_ != nalsmith::NalUnits::iterator() || Begin()) {
+        const nalsmith::NalUnit nal = *at_;
+        ++at_;
+        if (HandIn(nal))
+            return &info_;
+    }
     return Flush() ? &info_ : nullptr;
+}
+
+// The next of the reader's access units; false at the end.
+bool LibraryReader::Begin()
+{
+    if (flushed_ || reader_.Next() == nullptr)
+        return false;
+    at_ = reader_.Nals().begin();
+    return true;
 }
 
 // Whether an access unit was completed: also one NAL unit that is refused may have done so.

@@ -30,13 +30,14 @@ public:
     void Warn() const { reader_.Warn(); }
 
 private:
+    bool Begin();
     bool HandIn(const nalsmith::NalUnit& nal);
     bool Flush();
 
     UnitReader reader_;
     NalObserver observer_;
     nalsmith::ParsingHandle handle_;
-    std::size_t at_ = 0; // in the NAL units of the access unit at hand
+    nalsmith::NalUnits::iterator at_; // in the access unit at hand
     VideoInfo info_ = {};
     std::uint64_t refused_ = 0;
     bool flushed_ = false;

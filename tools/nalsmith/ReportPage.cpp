@@ -114,8 +114,7 @@ std::string Picture(const StreamReport& report)
     return html + "</ul></section>\n";
 }
 
-std::string Types(const StreamReport& report,
-                  std::string (*typeName)(nalsmith::Codec codec, unsigned nal_unit_type))
+std::string Types(const StreamReport& report)
 {
     const std::uint64_t all = std::max<std::uint64_t>(report.Bytes(), 1);
     std::string html =
@@ -124,8 +123,8 @@ std::string Types(const StreamReport& report,
     for (const auto& [type, share] : report.Types())
         html += fmt::format("<tr><td>{} {}</td><td class=\"number\">{}</td><td class=\"number\">{}</td>"
                             "<td class=\"share\"><i style=\"width:{:.1f}%\"></i></td></tr>\n",
-                            type, Escaped(typeName(report.Codec(), type)), share.count, share.bytes,
-                            100.0 * static_cast<double>(share.bytes) / static_cast<double>(all));
+                            type, Escaped(nalsmith::nal_type_name(report.Codec(), type)), share.count,
+                            share.bytes, 100.0 * static_cast<double>(share.bytes) / static_cast<double>(all));
     return html + "</table></section>\n";
 }
 
@@ -161,12 +160,11 @@ std::string Breaks(const StreamReport& report)
 
 } // namespace
 
-std::string ReportPage(const StreamReport& report, const std::string& title,
-                       std::string (*typeName)(nalsmith::Codec codec, unsigned nal_unit_type))
+std::string ReportPage(const StreamReport& report, const std::string& title)
 {
     const std::string name = Escaped(title);
     return fmt::format(kHead, name) + "<h1>" + name + "</h1>\n" + Facts(report) + Picture(report) +
-           Types(report, typeName) + ParameterSets(report) + Breaks(report) + "</body>\n</html>\n";
+           Types(report) + ParameterSets(report) + Breaks(report) + "</body>\n</html>\n";
 }
 
 } // namespace host

@@ -8,8 +8,7 @@
 
 namespace host {
 
-// `title` is what the stream is called; `typeName` says what the standard calls a NAL unit type.
-std::string ReportPage(const StreamReport& report, const std::string& title,
-                       std::string (*typeName)(nalsmith::Codec codec, unsigned nal_unit_type));
+// `title` is what the stream is called.
+std::string ReportPage(const StreamReport& report, const std::string& title);
 
 } // namespace host

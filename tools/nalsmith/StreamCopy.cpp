@@ -10,6 +10,14 @@ StreamCopy::StreamCopy(const CopyOptions& options, bool selfContained)
 {
 }
 
+const nalsmith::AccessUnit* StreamCopy::Next()
+{
+    WriteZeros(zerosLeftOut_, [this](nalsmith::BytesView zeros) { output_.Write(zeros); });
+    const nalsmith::AccessUnit* const unit = reader_.Next();
+    zerosLeftOut_ = unit != nullptr ? unit->zeros_left_out : 0;
+    return unit;
+}
+
 void StreamCopy::Finish(const std::string& counts, Json json)
 {
     output_.Commit();

@@ -21,8 +21,8 @@ public:
     nalsmith::Codec Codec() const { return reader_.Codec(); }
 
     // The next access unit, all of whose bytes are to be written; null at the end. Valid until the next call.
-    const nalsmith::AccessUnit* Next() { return reader_.Next(); }
-    const std::vector<nalsmith::NalUnit>& Nals() const { return reader_.Nals(); }
+    const nalsmith::AccessUnit* Next();
+    nalsmith::NalUnits Nals() const { return reader_.Nals(); }
     void Write(nalsmith::BytesView bytes) { output_.Write(bytes); }
 
     std::uint64_t AccessUnits() const { return reader_.Units(); }
@@ -35,6 +35,7 @@ private:
     Input input_;
     OutputFile output_;
     UnitReader reader_;
+    std::uint64_t zerosLeftOut_ = 0; // of the access unit at hand
 };
 
 } // namespace host

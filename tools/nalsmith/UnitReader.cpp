@@ -152,13 +152,14 @@ const nalsmith::AccessUnit* UnitReader::Next()
         Feed();
         unit_ = reader_.next();
     }
-    if (!unit_)
+    if (!unit_) {
+        if (!anyAccessUnit_ && !options_.anyNals)
+            Fail("no access unit found");
         return nullptr;
+    }
     ++units_;
-    ListNals();
-    nextByte_ = Offset() + unit_->bytes.size() - unit_->inserted;
-    if (units_ == 1 && !options_.anyNals)
-        RequireAccessUnit();
+    LookAtNals();
+    nextByte_ = Offset() + unit_->bytes.size() - unit_->inserted + unit_->zeros_left_out;
     return &*unit_;
 }
 
@@ -189,29 +190,22 @@ void UnitReader::Take(BytesView piece)
         throw std::bad_alloc();
 }
 
-void UnitReader::ListNals()
+// An opener makes an access unit of what has no picture: the library stores it.
+void UnitReader::LookAtNals()
 {
-    nals_.clear();
-    for (const nalsmith::NalUnit& nal : nalsmith::NalUnits(codec_, unit_->bytes)) {
-        nals_.push_back(nal);
+    anyAccessUnit_ = anyAccessUnit_ || unit_->has_picture;
+    for (const nalsmith::NalUnit& nal : Nals()) {
         const std::uint64_t index = nalUnits_++;
         if (nal.bare())
             continue;
-        if (nal.forbidden())
+        if (nal.forbidden()) {
             Note(oddities_.forbidden, oddities_.firstForbidden, index);
-        else if (IsLayered(nal))
+            continue;
+        }
+        if (IsLayered(nal))
             Note(oddities_.layered, oddities_.firstLayered, index);
+        anyAccessUnit_ = anyAccessUnit_ || nal.role() == nalsmith::NalRole::opener;
     }
-}
-
-// What the library drops makes no access unit.
-void UnitReader::RequireAccessUnit() const
-{
-    const bool stored = std::any_of(nals_.begin(), nals_.end(), [](const nalsmith::NalUnit& nal) {
-        return !nal.bare() && !nal.forbidden() && nal.role() == nalsmith::NalRole::opener;
-    });
-    if (!unit_->has_picture && !stored)
-        Fail("no access unit found");
 }
 
 void UnitReader::Warn() const

@@ -22,6 +22,18 @@ struct Oddities {
     std::uint64_t firstForbidden = 0, firstLayered = 0; // index of the NAL unit
 };
 
+// The reader does not hold the zeros that end an input by the gigabyte; what copies it writes them again.
+template <typename Write>
+void WriteZeros(std::uint64_t count, const Write& write)
+{
+    constexpr std::size_t kBlock = std::size_t{64} << 10;
+    const std::vector<std::uint8_t> zeros(count < kBlock ? static_cast<std::size_t>(count) : kBlock);
+    for (; count >= kBlock; count -= kBlock)
+        write(nalsmith::BytesView(zeros));
+    if (count != 0)
+        write(nalsmith::BytesView(zeros).subview(0, static_cast<std::size_t>(count)));
+}
+
 class UnitReader {
 public:
     struct Options {
@@ -39,7 +51,7 @@ public:
     const nalsmith::AccessUnit* Next();
 
     // The NAL units of the access unit at hand, and where it begins in the input.
-    const std::vector<nalsmith::NalUnit>& Nals() const { return nals_; }
+    nalsmith::NalUnits Nals() const { return {codec_, unit_->bytes}; }
     std::uint64_t Offset() const { return leadingBytes_ + unit_->position; }
 
     nalsmith::Codec Codec() const { return codec_; }
@@ -58,8 +70,7 @@ private:
     std::optional<nalsmith::Codec> Guess(bool& settled) const;
     void Feed();
     void Take(nalsmith::BytesView piece);
-    void ListNals();
-    void RequireAccessUnit() const;
+    void LookAtNals();
     [[noreturn]] void Fail(const std::string& message) const;
 
     Input& input_;
@@ -73,12 +84,12 @@ private:
     nalsmith::AccessUnitReader reader_;
     nalsmith::Bytes block_;
     std::optional<nalsmith::AccessUnit> unit_;
-    std::vector<nalsmith::NalUnit> nals_;
     Oddities oddities_;
     std::uint64_t units_ = 0;
     std::uint64_t nalUnits_ = 0;
     std::uint64_t nextByte_ = 0; // of the input, behind the access unit at hand
     bool finished_ = false;
+    bool anyAccessUnit_ = false;
 };
 
 } // namespace host

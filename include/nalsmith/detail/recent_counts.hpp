@@ -1,41 +1,16 @@
 // SPDX-License-Identifier: MIT
-// What both judges of continuity need: their findings, and picture order counts.
+// The picture order counts of the last pictures, which no two pictures share.
 #ifndef NALSMITH_DETAIL_RECENT_COUNTS_HPP
 #define NALSMITH_DETAIL_RECENT_COUNTS_HPP
 
-#include "nalsmith/bytes.hpp"
-
 #include <array>
+#include <cstddef>
+#include <cstdint>
 
 namespace nalsmith {
-
-/// What is found of an access unit. From `missing_reference` on the stream is broken there.
-enum class Finding {
-    none,        ///< no picture to judge: none at all, or more of the picture before
-    continuous,  ///< follows
-    skipped,     ///< an H.265 RASL picture behind the random access point that was entered at: not decoded
-    allowed_gap, ///< H.264: frame_num skips some, as the stream says that it may
-    missing_reference,  ///< a picture that this one needs has not come
-    missing_field,      ///< H.264: the other field of the reference field before has not come
-    no_start,           ///< the first picture of all is none at which decoding may begin
-    unknown_parameters, ///< its parameter sets have not come
-    unreadable,         ///< its header contradicts itself
-};
-
+inline namespace v1 {
 namespace detail {
 
-// PicOrderCntMsb (H.264 8.2.1.1, H.265 8.3.1).
-inline std::int64_t next_msb(std::uint32_t lsb, std::uint32_t max_lsb, std::uint32_t before_lsb,
-                             std::int64_t before_msb) noexcept
-{
-    if (lsb < before_lsb && before_lsb - lsb >= max_lsb / 2)
-        return before_msb + max_lsb;
-    if (lsb > before_lsb && lsb - before_lsb > max_lsb / 2)
-        return before_msb - static_cast<std::int64_t>(max_lsb);
-    return before_msb;
-}
-
-// The picture order counts of the last pictures.
 class RecentCounts {
 public:
     // False when it is already there.
@@ -59,6 +34,7 @@ private:
 
 } // namespace detail
 
+} // namespace v1
 } // namespace nalsmith
 
 #endif

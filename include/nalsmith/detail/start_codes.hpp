@@ -1,70 +1,49 @@
 // SPDX-License-Identifier: MIT
-// The start codes in a buffer that grows, found by the library: it does so at the speed of the memory.
+// Start codes (H.264 Annex B, H.265 Annex B): 00 00 01, and the zero before it where there is one.
 #ifndef NALSMITH_DETAIL_START_CODES_HPP
 #define NALSMITH_DETAIL_START_CODES_HPP
 
-#include "nalsmith/handles.hpp"
-#include "nalsmith/nal_units.hpp"
+#include "nalsmith/detail/zero_pairs.hpp"
 
-namespace nalsmith::detail {
+namespace nalsmith {
+inline namespace v1 {
+namespace detail {
 
-class StartCodes {
-public:
-    // A start code is the same in both codecs. Splitting frames is a function of H.264 handles.
-    StartCodes() : splitter_(make_parsing_handle(Codec::h264, 1, 1))
-    {
-        // With the longest lists that a block can fill the handle has all the memory that it will need, so
-        // that a failure means that there is no start code.
-        Bytes dense(kBlock + kUnseen);
-        for (std::size_t i = 2; i < dense.size(); i += 3)
-            dense[i] = 1;
-        failed_ = !splitter_ || split(dense).count == 0;
+// Where the zeros at `from` end: the next byte that is none, or `size`.
+inline std::size_t skip_zeros(const std::uint8_t* data, std::size_t from, std::size_t size) noexcept
+{
+    while (size - from >= 8 && load_word(data + from) == 0)
+        from += 8;
+    while (from < size && data[from] == 0)
+        ++from;
+    return from;
+}
+
+// Where the first start code at `from` or later begins; `size` when there is none. Zeros before `from` do not
+// count.
+inline std::size_t find_start_code(const std::uint8_t* data, std::size_t from, std::size_t size) noexcept
+{
+    while (from < size) {
+        const std::size_t pair = from + find_zero_pair(data + from, size - from);
+        if (pair == size)
+            break;
+        const std::size_t one = skip_zeros(data, pair + 2, size);
+        if (one == size)
+            break;
+        if (data[one] == 1)
+            return one - pair > 2 ? one - 3 : one - 2;
+        from = one + 1;
     }
+    return size;
+}
 
-    bool failed() const noexcept { return failed_; }
+inline std::size_t start_code_size_at(const std::uint8_t* start_code) noexcept
+{
+    return start_code[2] == 1 ? 3 : 4;
+}
 
-    // Calls `found` with the place of every start code at `from` and later, except in the last bytes, where
-    // it would not be seen. Answers where to go on when there are more bytes.
-    template <typename Found>
-    std::size_t find(BytesView bytes, std::size_t from, const Found& found)
-    {
-        while (from + kUnseen < bytes.size()) {
-            const BytesView block = bytes.subview(from, kBlock);
-            const Split nals = split(block);
-            std::size_t next = from + block.size() - kUnseen;
-            for (std::uint32_t i = 0; i < nals.count; ++i) {
-                const auto at = static_cast<std::size_t>(nals.places[i] - bytes.data());
-                const std::size_t behind = at + start_code_size_at(nals.places[i]);
-                found(at);
-                next = behind > next ? behind : next;
-            }
-            from = next;
-        }
-        return from;
-    }
-
-private:
-    static constexpr std::size_t kBlock = 4096;
-    static constexpr std::size_t kUnseen = 4; // the library sees no start code in so many last bytes
-
-    struct Split {
-        std::uint32_t count = 0;
-        std::uint8_t** places = nullptr;
-    };
-
-    Split split(BytesView bytes) noexcept
-    {
-        Split nals;
-        std::uint32_t* sizes = nullptr;
-        GetNalFromFrame(splitter_.get(), const_cast<std::uint8_t*>(bytes.data()), library_size(bytes.size()),
-                        &nals.count, &nals.places, &sizes); // modifies nothing
-        return nals;
-    }
-
-    ParsingHandle splitter_;
-    bool failed_ = false;
-};
-
-} // namespace nalsmith::detail
+} // namespace detail
+} // namespace v1
+} // namespace nalsmith
 
 #endif

@@ -4,10 +4,16 @@
 #ifndef NALSMITH_DETAIL_AVC_CONTINUITY_HPP
 #define NALSMITH_DETAIL_AVC_CONTINUITY_HPP
 
-#include "nalsmith/detail/avc_picture.hpp"
+#include "nalsmith/detail/avc/picture.hpp"
 #include "nalsmith/detail/recent_counts.hpp"
+#include "nalsmith/detail/rules.hpp"
+#include "nalsmith/finding.hpp"
 
-namespace nalsmith::detail {
+#include <optional>
+
+namespace nalsmith {
+inline namespace v1 {
+namespace detail {
 
 class AvcContinuity {
 public:
@@ -16,8 +22,8 @@ public:
         if (picture.redundant || (last_ && last_->same_picture(picture)))
             return Finding::none; // more of the picture before
         const bool second = is_second_field(picture);
-        Finding finding = picture.idr || second ? Finding::continuous : follow(picture);
-        if (picture.idr)
+        Finding finding = picture.IdrPicFlag || second ? Finding::continuous : follow(picture);
+        if (picture.IdrPicFlag)
             counts_.clear();
         if (!note_count(picture) && finding == Finding::continuous)
             finding = Finding::missing_reference;
@@ -28,7 +34,8 @@ public:
 private:
     bool is_second_field(const AvcPicture& picture) const noexcept
     {
-        return half_ && picture.field && !picture.idr && picture.bottom != last_->bottom &&
+        return half_ && picture.field_pic_flag && !picture.IdrPicFlag &&
+               picture.bottom_field_flag != last_->bottom_field_flag &&
                (picture.frame_num == last_->frame_num || (last_->resets_numbering && picture.frame_num == 0));
     }
 
@@ -40,7 +47,7 @@ private:
             return picture.frame_num == next_frame_num(picture) ? Finding::continuous : Finding::allowed_gap;
         if (picture.frame_num != next_frame_num(picture))
             return Finding::missing_reference;
-        return half_ && last_->reference ? Finding::missing_field : Finding::continuous;
+        return half_ && last_->reference() ? Finding::missing_field : Finding::continuous;
     }
 
     std::uint32_t next_frame_num(const AvcPicture& picture) const noexcept
@@ -54,37 +61,39 @@ private:
     {
         if (picture.pic_order_cnt_type != 0 || picture.max_lsb == 0)
             return true;
-        if (picture.idr) {
+        if (picture.IdrPicFlag) {
             lsb_ = 0;
             msb_ = 0;
         }
-        const std::int64_t msb = next_msb(picture.lsb, picture.max_lsb, lsb_, msb_);
-        const std::int64_t count = msb + picture.lsb;
-        if (picture.reference) {
+        const std::int64_t msb = pic_order_cnt_msb(picture.pic_order_cnt_lsb, picture.max_lsb, lsb_, msb_);
+        const std::int64_t count = msb + picture.pic_order_cnt_lsb;
+        if (picture.reference()) {
             msb_ = msb;
-            lsb_ = picture.lsb;
+            lsb_ = picture.pic_order_cnt_lsb;
         }
         if (picture.resets_numbering) {
             counts_.clear();
             msb_ = 0;
-            lsb_ = picture.delta_bottom < 0 && !picture.bottom
-                       ? static_cast<std::uint32_t>(-static_cast<std::int64_t>(picture.delta_bottom))
+            lsb_ = picture.delta_pic_order_cnt_bottom < 0 && !picture.bottom_field_flag
+                       ? static_cast<std::uint32_t>(
+                             -static_cast<std::int64_t>(picture.delta_pic_order_cnt_bottom))
                        : 0;
             return true;
         }
-        return counts_.add(4 * count + (picture.field ? 1 + (picture.bottom ? 1 : 0) : 0));
+        return counts_.add(4 * count +
+                           (picture.field_pic_flag ? 1 + (picture.bottom_field_flag ? 1 : 0) : 0));
     }
 
     void remember(const AvcPicture& picture, bool second) noexcept
     {
         if (picture.resets_numbering)
             reference_frame_num_ = 0;
-        else if (picture.reference)
+        else if (picture.reference())
             reference_frame_num_ = picture.frame_num;
         else if ((!last_ || picture.frame_num != next_frame_num(picture)) && !second)
             reference_frame_num_ = picture.frame_num - 1; // the gap counts once
         last_ = picture;
-        half_ = picture.field && !second;
+        half_ = picture.field_pic_flag && !second;
     }
 
     std::optional<AvcPicture> last_;
@@ -95,6 +104,8 @@ private:
     RecentCounts counts_;
 };
 
-} // namespace nalsmith::detail
+} // namespace detail
+} // namespace v1
+} // namespace nalsmith
 
 #endif

@@ -3,18 +3,21 @@
 #ifndef NALSMITH_DETAIL_HEVC_REFERENCE_SET_HPP
 #define NALSMITH_DETAIL_HEVC_REFERENCE_SET_HPP
 
-#include "nalsmith/detail/bit_reader.hpp"
+#include "nalsmith/detail/bits.hpp"
 
 #include <array>
+#include <vector>
 
-namespace nalsmith::detail {
+namespace nalsmith {
+inline namespace v1 {
+namespace detail {
 
 struct HevcDelta {
     std::int32_t poc = 0;  // relative to the picture
     bool used_now = false; // by the picture itself, not only by later ones
 };
 
-// st_ref_pic_set(): first the pictures before in output order, nearest first, then those behind.
+// st_ref_pic_set(): first the pictures before in output order, nearest first, then those after it.
 struct HevcReferenceSet {
     static constexpr std::size_t kMost = 16; // H.265 A.4.2: no more than the buffer holds
 
@@ -34,7 +37,7 @@ struct HevcReferenceSet {
 // Predicted from `from` (H.265 7.4.8, equations 7-61 and 7-62).
 inline bool predict_reference_set(BitReader& reader, const HevcReferenceSet& from, HevcReferenceSet& set)
 {
-    const bool negative = reader.flag() != 0;
+    const bool negative = reader.flag();
     const auto magnitude = static_cast<std::int32_t>(reader.ue() & 0x7FFF) + 1;
     const std::int32_t shift = negative ? -magnitude : magnitude;
     struct Choice {
@@ -43,8 +46,8 @@ inline bool predict_reference_set(BitReader& reader, const HevcReferenceSet& fro
     };
     std::array<Choice, 2 * HevcReferenceSet::kMost + 1> choices = {};
     for (std::size_t i = 0; i <= from.count; ++i) {
-        choices[i].used_now = reader.flag() != 0;
-        choices[i].use = choices[i].used_now || reader.flag() != 0;
+        choices[i].used_now = reader.flag();
+        choices[i].use = choices[i].used_now || reader.flag();
     }
     bool good = true;
     const auto take = [&](std::size_t i, bool before) {
@@ -71,7 +74,7 @@ inline bool read_deltas(BitReader& reader, HevcReferenceSet& set, std::uint32_t 
     std::int32_t poc = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
         poc += sign * (static_cast<std::int32_t>(reader.ue() & 0x7FFF) + 1);
-        if (!set.add(poc, reader.flag() != 0))
+        if (!set.add(poc, reader.flag()))
             return false;
     }
     return true;
@@ -82,18 +85,20 @@ inline bool read_reference_set(BitReader& reader, const std::vector<HevcReferenc
                                std::size_t index, bool in_slice, HevcReferenceSet& set)
 {
     set = {};
-    if (index != 0 && reader.flag() != 0) {
+    if (index != 0 && reader.flag()) {
         const std::size_t back = in_slice ? std::size_t{reader.ue()} + 1 : 1;
         return back <= index && predict_reference_set(reader, sets[index - back], set);
     }
     const std::uint32_t before = reader.ue();
-    const std::uint32_t behind = reader.ue();
-    if (before > HevcReferenceSet::kMost || behind > HevcReferenceSet::kMost)
+    const std::uint32_t after = reader.ue();
+    if (before > HevcReferenceSet::kMost || after > HevcReferenceSet::kMost)
         return false;
     set.before = before;
-    return read_deltas(reader, set, before, -1) && read_deltas(reader, set, behind, 1);
+    return read_deltas(reader, set, before, -1) && read_deltas(reader, set, after, 1);
 }
 
-} // namespace nalsmith::detail
+} // namespace detail
+} // namespace v1
+} // namespace nalsmith
 
 #endif

@@ -4,10 +4,14 @@
 #ifndef NALSMITH_DETAIL_HEVC_CONTINUITY_HPP
 #define NALSMITH_DETAIL_HEVC_CONTINUITY_HPP
 
-#include "nalsmith/detail/hevc_picture.hpp"
+#include "nalsmith/detail/hevc/picture.hpp"
 #include "nalsmith/detail/recent_counts.hpp"
+#include "nalsmith/detail/rules.hpp"
+#include "nalsmith/finding.hpp"
 
-namespace nalsmith::detail {
+namespace nalsmith {
+inline namespace v1 {
+namespace detail {
 
 class HevcContinuity {
 public:
@@ -23,7 +27,7 @@ public:
             return Finding::skipped;
         const bool no_start = fresh_ && !picture.irap();
         fresh_ = false;
-        const std::int64_t msb = starts ? 0 : next_msb(picture.lsb, picture.max_lsb, lsb_, msb_);
+        const std::int64_t msb = starts ? 0 : pic_order_cnt_msb(picture.lsb, picture.max_lsb, lsb_, msb_);
         const std::int64_t count = msb + picture.lsb;
         if (starts) {
             held_.clear();
@@ -79,6 +83,8 @@ private:
     RecentCounts counts_;
 };
 
-} // namespace nalsmith::detail
+} // namespace detail
+} // namespace v1
+} // namespace nalsmith
 
 #endif

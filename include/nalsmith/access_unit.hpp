@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+/// \file
+/// One access unit, and what is known of it.
+#ifndef NALSMITH_ACCESS_UNIT_HPP
+#define NALSMITH_ACCESS_UNIT_HPP
+
+#include "nalsmith/sequence.hpp"
+
+namespace nalsmith {
+inline namespace v1 {
+
+/// One access unit of a stream, or slices that cannot be read.
+///
+/// Slices whose parameter sets have not come, with the NAL units that open their access unit, are access
+/// units of their own: without a picture, key mark, reference mark and sequence. They come where a stream is
+/// entered in the middle, and where it has lost parameter sets.
+struct AccessUnit {
+    /// Its bytes as they came in, from its first start code on; with ReaderOptions::self_contained also the
+    /// parameter sets put in. Valid until the next call of a member of the reader that is not const; with
+    /// ReaderOptions::whole_units, where nothing was put in, they are the caller's own and valid as long.
+    BytesView bytes;
+    /// It holds a slice of a key picture: H.264 IDR, H.265 BLA, IDR or CRA.
+    bool key = false;
+    /// It holds a slice whose parameter sets are known.
+    bool has_picture = false;
+    /// Other pictures may refer to it: H.264 `nal_ref_idc` is not 0, H.265 `nal_unit_type` is not that of a
+    /// sub-layer non-reference picture (0, 2, ... 14).
+    bool reference = false;
+    /// Bytes put in that the input did not have.
+    std::size_t inserted = 0;
+    /// Zero bytes of the input that are not in `bytes`: of a run of more than 64 KiB, without those of the
+    /// next start code, the ones beyond; and after AccessUnitReader::end_unit() those before the first start
+    /// code.
+    std::uint64_t zeros_left_out = 0;
+    /// The parameters in force for its picture, whether or not they came with it.
+    std::optional<SequenceParameters> sequence;
+    /// Type of its first slice; H.264 only.
+    VideoPicType picture_type = VideoPicTypeUnknown;
+    /// Where in the input it begins. The next one begins at `position + bytes.size() - inserted +
+    /// zeros_left_out`.
+    std::uint64_t position = 0;
+    /// The tag of the call that brought its first byte.
+    std::uint64_t tag = 0;
+};
+
+} // namespace v1
+} // namespace nalsmith
+
+#endif

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+// Access units that come whole: looked at one by one, when they are asked for, and not copied.
+#ifndef NALSMITH_DETAIL_READER_WHOLE_UNITS_HPP
+#define NALSMITH_DETAIL_READER_WHOLE_UNITS_HPP
+
+#include "nalsmith/detail/reader/stream_sets.hpp"
+
+namespace nalsmith {
+inline namespace v1 {
+namespace detail {
+
+class WholeUnits {
+public:
+    WholeUnits(Codec codec, bool self_contained) noexcept : codec_(codec), self_contained_(self_contained) {}
+
+    void push(BytesView unit, std::uint64_t tag) { waiting_.push_back({Kind::unit, unit, tag, {}}); }
+    void add_parameter_sets(BytesView sets)
+    {
+        if (waiting_.empty())
+            sets_.add(codec_, sets);
+        else
+            waiting_.push_back({Kind::parameter_sets, {}, 0, sets.to_bytes()});
+    }
+    void end_stream()
+    {
+        if (waiting_.empty())
+            begin_stream();
+        else
+            waiting_.push_back({Kind::end_of_stream, {}, 0, {}});
+    }
+
+    // The next one, with its bytes; none when there is none.
+    std::optional<Draft> next(BytesView& bytes)
+    {
+        std::optional<Draft> unit;
+        while (!unit && first_ < waiting_.size()) {
+            const Waiting& waiting = waiting_[first_];
+            switch (waiting.kind) {
+            case Kind::unit:
+                bytes = waiting.unit;
+                unit = read(waiting.unit);
+                unit->tag = waiting.tag;
+                break;
+            case Kind::parameter_sets: sets_.add(codec_, waiting.sets); break;
+            case Kind::end_of_stream: begin_stream(); break;
+            }
+            ++first_;
+        }
+        if (first_ == waiting_.size()) {
+            waiting_.clear();
+            first_ = 0;
+        }
+        return unit;
+    }
+
+    const ParameterSets& parameter_sets() const noexcept { return sets_.all(); }
+
+private:
+    enum class Kind : std::uint8_t { unit, parameter_sets, end_of_stream };
+    struct Waiting {
+        Kind kind;
+        BytesView unit;
+        std::uint64_t tag;
+        Bytes sets;
+    };
+
+    void begin_stream()
+    {
+        sets_ = StreamSets();
+        position_ = 0;
+    }
+
+    Draft read(BytesView bytes)
+    {
+        Draft unit;
+        unit.origin = unit.begin = unit.position = position_;
+        unit.end = position_ += bytes.size();
+        for (const NalUnit& nal : NalUnits(codec_, bytes)) {
+            if (nal.bare() || nal.forbidden())
+                continue;
+            const std::uint64_t begin =
+                unit.begin + static_cast<std::uint64_t>(nal.bytes.data() - bytes.data());
+            if (nal.is_slice())
+                take_slice(unit, nal);
+            else if (nal.is_parameter_set())
+                sets_.add(nal, begin, begin + nal.bytes.size());
+            else if (nal.is_delimiter())
+                sets_.add_delimiter(begin, begin + nal.bytes.size());
+        }
+        return unit;
+    }
+
+    void take_slice(Draft& unit, const NalUnit& nal)
+    {
+        NalUnit head = nal;
+        head.bytes = nal.bytes.subview(0, nal.start_code_size + kSliceHead);
+        const SliceVerdict verdict = sets_.look(head);
+        if (verdict.readable)
+            sets_.describe(unit, head, verdict, self_contained_);
+    }
+
+    Codec codec_;
+    bool self_contained_;
+    StreamSets sets_;
+    std::vector<Waiting> waiting_;
+    std::size_t first_ = 0;
+    std::uint64_t position_ = 0;
+};
+
+} // namespace detail
+} // namespace v1
+} // namespace nalsmith
+
+#endif

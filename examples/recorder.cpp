@@ -47,7 +47,7 @@ private:
                 ++skipped_;
                 continue;
             }
-            ::write(out_, recorded_ == 0 ? unit->picture() : unit->bytes);
+            ::write(out_, unit->bytes);
             ++recorded_;
         }
     }

@@ -28,7 +28,7 @@ def main():
     assert out.stat().st_size > once.stat().st_size  # the later key frames got parameter sets
     starts = folder / "starts.h265"
     starts.write_bytes(out.read_bytes()[500:])
-    assert re.match(r"2\d access units recorded, 1 before", run("recorder", starts, out))
+    assert re.match(r"20 access units recorded, \d before", run("recorder", starts, out))
 
     run("metadata", "add", once, out)
     assert run("metadata", "show", out).split("\n")[:24] == [f"frame {i}" for i in range(24)]

@@ -21,7 +21,7 @@ struct CheckOptions : StreamOptions {
 };
 
 struct Judged {
-    std::uint64_t index;
+    std::optional<std::uint64_t> index; // none for slices that cannot be read
     nalsmith::Codec codec;
     Finding finding;
     VideoInfoEx library; // the library's own verdict
@@ -80,25 +80,31 @@ class Breaks {
 public:
     void Add(const Judged& judged)
     {
-        ++units_;
+        units_ += judged.index ? 1 : 0;
         byLibrary_ += judged.library.discontinuity;
         gaps_ += judged.finding == Finding::allowed_gap ? 1 : 0;
         if (!judged.broken)
             return;
+        if (!judged.index) {
+            ++refused_;
+            return;
+        }
         ++breaks_;
         if (shown_.size() < kShown)
-            shown_.push_back(judged.index);
+            shown_.push_back(*judged.index);
     }
 
-    bool Any() const { return breaks_ != 0; }
+    bool Any() const { return breaks_ + refused_ != 0; }
 
     // "2 breaks in 18 access units: 6, 12"
     std::string Text() const
     {
         std::string text = fmt::format("no break in {}", Count(units_, "access unit"));
-        if (Any())
+        if (breaks_ != 0)
             text = fmt::format("{} in {}: {}{}", Count(breaks_, "break"), Count(units_, "access unit"),
                                fmt::join(shown_, ", "), breaks_ > shown_.size() ? ", ..." : "");
+        if (refused_ != 0)
+            text += fmt::format("\nslices without their parameter sets in {}", Count(refused_, "place"));
         if (gaps_ != 0)
             text += fmt::format("\n{} in frame_num that the stream allows: pictures may be missing there",
                                 Count(gaps_, "gap"));
@@ -112,6 +118,7 @@ private:
 
     std::uint64_t units_ = 0;
     std::uint64_t breaks_ = 0;
+    std::uint64_t refused_ = 0;
     std::uint64_t byLibrary_ = 0;
     std::uint64_t gaps_ = 0;
     std::vector<std::uint64_t> shown_; // the first of them
@@ -119,15 +126,13 @@ private:
 
 void PrintText(const Judged& judged)
 {
-    if (judged.index == 0)
-        output::Heading(fmt::format("{:>8}  {:<5}  {:<5}  {:<5}  {:<7}  {}", "index", "break", "kind",
-                                    "intra", "picture", "finding"));
     const VideoInfoEx& library = judged.library;
     const Finding finding = judged.finding;
     const bool isField = judged.codec == nalsmith::Codec::h264 && judged.picType != VideoPicTypeUnknown &&
                          finding != Finding::unknown_parameters;
     const char* const kind = library.isFramePicture != 0 ? "frame" : isField ? "field" : "";
-    output::Line(fmt::format("{:>8}  {}  {:<5}  {:<5}  {:<7}  {}", judged.index,
+    const std::string index = judged.index ? std::to_string(*judged.index) : "-";
+    output::Line(fmt::format("{:>8}  {}  {:<5}  {:<5}  {:<7}  {}", index,
                              judged.broken ? Alarming("break", 5) : std::string(5, ' '), kind,
                              library.intraPicture != 0 ? "intra" : "", PictureTypeName(judged.picType),
                              finding == Finding::continuous ? "" : to_string(finding)));
@@ -139,7 +144,7 @@ void PrintJson(const Judged& judged)
         judged.codec == nalsmith::Codec::h264; // H.265 does not tell frames from fields in its slices
     const VideoInfoEx& library = judged.library;
     output::JsonLine(
-        {{"index", judged.index},
+        {{"index", judged.index ? Json(*judged.index) : Json()},
          {"broken", judged.broken},
          {"finding", KeyOf(judged.finding)},
          {"discontinuity", library.discontinuity},
@@ -177,12 +182,17 @@ ExitStatus CheckContinuity(const CheckOptions& options)
     LibraryRule rule(reader.Codec());
     Breaks breaks;
     const auto print = options.json ? PrintJson : PrintText;
+    if (!options.json)
+        output::Heading(fmt::format("{:>8}  {:<5}  {:<5}  {:<5}  {:<7}  {}", "index", "break", "kind",
+                                    "intra", "picture", "finding"));
     while (const nalsmith::AccessUnit* unit = reader.Next()) {
         const nalsmith::Verdict verdict = checker.check(unit->bytes);
         const VideoInfoEx library = rule.Judge(reader, *unit);
-        const bool broken = options.libraryRule ? library.discontinuity != 0 : verdict.broken();
-        const Judged judged = {reader.Units() - 1, reader.Codec(), verdict.finding, library,
-                               unit->picture_type, broken};
+        const bool readable = reader.Index().has_value();
+        const bool broken = options.libraryRule ? library.discontinuity != 0 : verdict.broken() || !readable;
+        const Judged judged = {
+            reader.Index(), reader.Codec(),     readable ? verdict.finding : Finding::unknown_parameters,
+            library,        unit->picture_type, broken};
         breaks.Add(judged);
         print(judged);
     }

@@ -18,7 +18,7 @@ ExitStatus WriteReport(const CopyOptions& options)
     UnitReader reader(input, options);
     StreamReport report(reader.Codec());
     while (const nalsmith::AccessUnit* unit = reader.Next())
-        report.Add(*unit);
+        report.Add(*unit, reader.Index().has_value());
     file.Write(ReportPage(report, Printable(input.Name())));
     file.Commit();
     reader.Warn();

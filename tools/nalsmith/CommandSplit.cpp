@@ -35,11 +35,13 @@ public:
     void Run()
     {
         while (const nalsmith::AccessUnit* unit = reader_.Next()) {
-            if (reader_.Units() == 1 || !options_.atKey || unit->key)
+            // Slices that cannot be read begin no file of their own, except before a key frame.
+            if (folder_.Files() == 0 || unit->key ||
+                (!options_.atKey && reader_.Index() && piece_.units != 0))
                 Begin(*unit);
             Write(unit->bytes);
             WriteZeros(unit->zeros_left_out, [this](nalsmith::BytesView zeros) { Write(zeros); });
-            ++piece_.units;
+            piece_.units += reader_.Index() ? 1 : 0;
         }
         Tell();
         folder_.Commit();
@@ -54,7 +56,7 @@ private:
     void Begin(const nalsmith::AccessUnit& unit)
     {
         Tell();
-        piece_ = {reader_.Offset(), 0, reader_.Units() - 1, 0, unit.key};
+        piece_ = {reader_.Offset(), 0, reader_.Index().value_or(reader_.Units()), 0, unit.key};
         folder_.BeginFile();
         if (folder_.Files() > 1)
             return;

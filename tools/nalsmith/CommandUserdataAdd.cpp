@@ -129,7 +129,8 @@ ExitStatus AddToStream(const AddOptions& options)
     std::uint64_t edited = 0;
     std::uint64_t withoutPlace = 0;
     while (const nalsmith::AccessUnit* unit = copy.Next()) {
-        if (const Data* data = choice.For(copy.AccessUnits() - 1, unit->key))
+        const auto index = copy.Index();
+        if (const Data* data = index ? choice.For(*index, unit->key) : nullptr)
             ++(inserter.Write(copy, *unit, *data) ? edited : withoutPlace);
         else
             copy.Write(unit->bytes);

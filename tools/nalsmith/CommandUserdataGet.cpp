@@ -80,12 +80,13 @@ ExitStatus GetFromStream(const GetOptions& options)
     std::uint64_t found = 0;
     std::uint64_t bytes = 0;
     while (const nalsmith::AccessUnit* unit = reader.Next()) {
-        const auto data = finder.Find(reader, unit->bytes);
+        const auto index = reader.Index();
+        const auto data = index ? finder.Find(reader, unit->bytes) : std::nullopt;
         if (!data)
             continue;
         if (found == 0 && print == PrintText)
             output::Heading(fmt::format("{:>8}  {:>10}  {:<6}  {}", "index", "bytes", "as", "user data"));
-        print(reader.Units() - 1, *data);
+        print(*index, *data);
         ++found;
         bytes += data->size();
     }

@@ -26,6 +26,7 @@ public:
     void Write(nalsmith::BytesView bytes) { output_.Write(bytes); }
 
     std::uint64_t AccessUnits() const { return reader_.Units(); }
+    std::optional<std::uint64_t> Index() const { return reader_.Index(); }
 
     // Completes the output. Tells `counts`, in words or in JSON, and the bytes that went in and out.
     void Finish(const std::string& counts, Json json);

@@ -42,7 +42,7 @@ bool Same(const nalsmith::SequenceParameters& a, const nalsmith::SequenceParamet
 
 } // namespace
 
-void StreamReport::Add(const nalsmith::AccessUnit& unit)
+void StreamReport::Add(const nalsmith::AccessUnit& unit, bool counts)
 {
     const std::uint64_t index = units_.size();
     const nalsmith::Verdict verdict = checker_.check(unit.bytes);
@@ -59,7 +59,8 @@ void StreamReport::Add(const nalsmith::AccessUnit& unit)
     AddSequence(unit.sequence);
     bytes_ += unit.bytes.size();
     keyFrames_ += unit.key ? 1 : 0;
-    units_.push_back({unit.bytes.size(), KindOf(codec_, unit), unit.key, verdict.broken()});
+    if (counts)
+        units_.push_back({unit.bytes.size(), KindOf(codec_, unit), unit.key, verdict.broken()});
 }
 
 void StreamReport::AddSequence(const std::optional<nalsmith::SequenceParameters>& sequence)

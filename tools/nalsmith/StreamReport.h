@@ -42,7 +42,8 @@ class StreamReport {
 public:
     explicit StreamReport(nalsmith::Codec codec) : codec_(codec), checker_(codec) {}
 
-    void Add(const nalsmith::AccessUnit& unit);
+    // One that does not count is slices that cannot be read.
+    void Add(const nalsmith::AccessUnit& unit, bool counts);
 
     nalsmith::Codec Codec() const { return codec_; }
     const std::vector<ReportedUnit>& Units() const { return units_; }

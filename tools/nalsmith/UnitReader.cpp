@@ -157,8 +157,8 @@ const nalsmith::AccessUnit* UnitReader::Next()
             Fail("no access unit found");
         return nullptr;
     }
-    ++units_;
     LookAtNals();
+    units_ += refused_ ? 0 : 1;
     nextByte_ = Offset() + unit_->bytes.size() - unit_->inserted + unit_->zeros_left_out;
     return &*unit_;
 }
@@ -193,7 +193,7 @@ void UnitReader::Take(BytesView piece)
 // An opener makes an access unit of what has no picture: the library stores it.
 void UnitReader::LookAtNals()
 {
-    anyAccessUnit_ = anyAccessUnit_ || unit_->has_picture;
+    bool anySlice = false;
     for (const nalsmith::NalUnit& nal : Nals()) {
         const std::uint64_t index = nalUnits_++;
         if (nal.bare())
@@ -204,8 +204,11 @@ void UnitReader::LookAtNals()
         }
         if (IsLayered(nal))
             Note(oddities_.layered, oddities_.firstLayered, index);
+        anySlice = anySlice || nal.is_slice();
         anyAccessUnit_ = anyAccessUnit_ || nal.role() == nalsmith::NalRole::opener;
     }
+    refused_ = anySlice && !unit_->has_picture;
+    anyAccessUnit_ = anyAccessUnit_ || unit_->has_picture;
 }
 
 void UnitReader::Warn() const

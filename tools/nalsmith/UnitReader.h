@@ -56,8 +56,13 @@ public:
 
     nalsmith::Codec Codec() const { return codec_; }
     std::uint64_t LeadingBytes() const { return leadingBytes_; }
-    // Handed out so far.
+    // Access units handed out so far. Slices that cannot be read are not counted, as the library drops them.
     std::uint64_t Units() const { return units_; }
+    // Of the one at hand; none for such slices.
+    std::optional<std::uint64_t> Index() const
+    {
+        return refused_ ? std::nullopt : std::optional<std::uint64_t>(units_ - 1);
+    }
     std::uint64_t NalUnits() const { return nalUnits_; }
 
     // One line for each kind of oddity met.
@@ -86,6 +91,7 @@ private:
     std::optional<nalsmith::AccessUnit> unit_;
     Oddities oddities_;
     std::uint64_t units_ = 0;
+    bool refused_ = false; // the one at hand is slices that cannot be read
     std::uint64_t nalUnits_ = 0;
     std::uint64_t nextByte_ = 0; // of the input, behind the access unit at hand
     bool finished_ = false;

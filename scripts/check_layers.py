@@ -15,6 +15,9 @@ SUPPORT, PUBLIC, QUEUE = "src/support", "include/nalsmith/nalsmith.h", "src/queu
 SHARED = [f"include/nalsmith/detail/{name}.hpp" for name in ("nal_types", "zero_pairs", "rules", "bits", "escape")]
 NAL_TYPES, ZERO_PAIRS, RULES, BITS, ESCAPE = SHARED
 LAYER, UMBRELLA = "include/nalsmith", "include/nalsmith/nalsmith.hpp"
+DETAIL = "include/nalsmith/detail"
+IN_DETAIL = [DETAIL, LAYER] + SHARED
+AVC, HEVC, CUTTING, SEI = [f"{DETAIL}/{room}" for room in ("avc", "hevc", "reader", "sei")]
 OBJECTS, RECORDS, BITSTREAM = "src/parser", "src/parser/records", "src/parser/bitstream"
 BIT_READER = "src/parser/bitstream/BitReader.h"
 SYNTAX, STREAM, ACCESS_UNIT = "src/parser/syntax", "src/parser/stream", "src/parser/stream/AccessUnit"
@@ -23,7 +26,12 @@ CODEC = READER + [BITSTREAM, BIT_READER, SYNTAX, STREAM, ACCESS_UNIT]
 ALLOWED = {
     PUBLIC: [],
     **{header: SHARED for header in SHARED},
-    LAYER: [PUBLIC] + SHARED,
+    LAYER: [PUBLIC, AVC, HEVC, CUTTING, SEI] + IN_DETAIL,
+    DETAIL: IN_DETAIL,
+    AVC: IN_DETAIL,
+    HEVC: IN_DETAIL,
+    CUTTING: IN_DETAIL + [AVC, HEVC],
+    SEI: IN_DETAIL,
     UMBRELLA: [LAYER],
     SUPPORT: [],
     QUEUE: [SUPPORT],

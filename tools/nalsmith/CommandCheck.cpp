@@ -22,11 +22,11 @@ struct CheckOptions : StreamOptions {
 
 struct Judged {
     std::optional<std::uint64_t> index; // none for slices that cannot be read
-    nalsmith::Codec codec;
-    Finding finding;
-    VideoInfoEx library; // the library's own verdict
-    VideoPicType picType;
-    bool broken; // by the rule that was asked for
+    nalsmith::Codec codec = nalsmith::Codec::h264;
+    Finding finding = Finding::none;
+    VideoInfoEx library = {}; // the library's own verdict
+    VideoPicType picType = VideoPicTypeUnknown;
+    bool broken = false; // by the rule that was asked for
 };
 
 const char* KeyOf(Finding finding)

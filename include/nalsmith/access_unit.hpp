@@ -13,7 +13,8 @@ inline namespace v1 {
 ///
 /// Slices whose parameter sets have not come, with the NAL units that open their access unit, are access
 /// units of their own: without a picture, key mark, reference mark and sequence. They come where a stream is
-/// entered in the middle, and where it has lost parameter sets.
+/// entered in the middle, and where it has lost parameter sets. So are NAL units at the front that stay with
+/// what came before them, such as suffix SEI.
 struct AccessUnit {
     /// Its bytes as they came in, from its first start code on; with ReaderOptions::self_contained also the
     /// parameter sets put in. Valid until the next call of a member of the reader that is not const; with

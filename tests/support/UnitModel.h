@@ -51,8 +51,17 @@ private:
     enum class State { open, refused, picture };
     static constexpr std::size_t kNone = SIZE_MAX;
 
+    // What stays with what came before, where nothing came before, is by itself.
+    void open()
+    {
+        if (state_ == State::open && !opened_ && at_ != unit_.begin)
+            end(at_);
+        opened_ = true;
+    }
+
     void opener(const NalUnit& nal)
     {
+        open();
         feed(nal, SIZE_MAX);
         if (state_ == State::refused)
             end(at_);
@@ -62,6 +71,7 @@ private:
 
     void slice(const NalUnit& nal)
     {
+        open();
         const bool readable = is_readable(nal);
         const bool library_begins = feed(nal, detail::kSliceHead);
         const Bytes head = unescaped_head(nal);
@@ -140,6 +150,7 @@ private:
     std::vector<Unit> units_;
     Unit unit_;
     State state_ = State::open;
+    bool opened_ = false;
     std::size_t at_ = 0;
     std::size_t opener_ = kNone;
 };

@@ -188,7 +188,9 @@ ExitStatus CheckContinuity(const CheckOptions& options)
     while (const nalsmith::AccessUnit* unit = reader.Next()) {
         const nalsmith::Verdict verdict = checker.check(unit->bytes);
         const VideoInfoEx library = rule.Judge(reader, *unit);
-        const bool readable = reader.Index().has_value();
+        if (!reader.Index() && !reader.Refused())
+            continue;
+        const bool readable = !reader.Refused();
         const bool broken = options.libraryRule ? library.discontinuity != 0 : verdict.broken() || !readable;
         const Judged judged = {
             reader.Index(), reader.Codec(),     readable ? verdict.finding : Finding::unknown_parameters,

@@ -158,7 +158,7 @@ const nalsmith::AccessUnit* UnitReader::Next()
         return nullptr;
     }
     LookAtNals();
-    units_ += refused_ ? 0 : 1;
+    units_ += counted_ ? 1 : 0;
     nextByte_ = Offset() + unit_->bytes.size() - unit_->inserted + unit_->zeros_left_out;
     return &*unit_;
 }
@@ -194,6 +194,7 @@ void UnitReader::Take(BytesView piece)
 void UnitReader::LookAtNals()
 {
     bool anySlice = false;
+    bool anyOpener = false;
     for (const nalsmith::NalUnit& nal : Nals()) {
         const std::uint64_t index = nalUnits_++;
         if (nal.bare())
@@ -205,10 +206,11 @@ void UnitReader::LookAtNals()
         if (IsLayered(nal))
             Note(oddities_.layered, oddities_.firstLayered, index);
         anySlice = anySlice || nal.is_slice();
-        anyAccessUnit_ = anyAccessUnit_ || nal.role() == nalsmith::NalRole::opener;
+        anyOpener = anyOpener || nal.role() == nalsmith::NalRole::opener;
     }
     refused_ = anySlice && !unit_->has_picture;
-    anyAccessUnit_ = anyAccessUnit_ || unit_->has_picture;
+    counted_ = unit_->has_picture || (anyOpener && !anySlice);
+    anyAccessUnit_ = anyAccessUnit_ || unit_->has_picture || anyOpener;
 }
 
 void UnitReader::Warn() const

@@ -56,13 +56,16 @@ public:
 
     nalsmith::Codec Codec() const { return codec_; }
     std::uint64_t LeadingBytes() const { return leadingBytes_; }
-    // Access units handed out so far. Slices that cannot be read are not counted, as the library drops them.
+    // Access units handed out so far. What the library drops is not counted: slices that cannot be read, and
+    // NAL units at the front that belong to an access unit before.
     std::uint64_t Units() const { return units_; }
-    // Of the one at hand; none for such slices.
+    // Of the one at hand; none when it is not counted.
     std::optional<std::uint64_t> Index() const
     {
-        return refused_ ? std::nullopt : std::optional<std::uint64_t>(units_ - 1);
+        return counted_ ? std::optional<std::uint64_t>(units_ - 1) : std::nullopt;
     }
+    // It is slices that cannot be read.
+    bool Refused() const { return refused_; }
     std::uint64_t NalUnits() const { return nalUnits_; }
 
     // One line for each kind of oddity met.
@@ -91,7 +94,8 @@ private:
     std::optional<nalsmith::AccessUnit> unit_;
     Oddities oddities_;
     std::uint64_t units_ = 0;
-    bool refused_ = false; // the one at hand is slices that cannot be read
+    bool counted_ = false; // the one at hand
+    bool refused_ = false;
     std::uint64_t nalUnits_ = 0;
     std::uint64_t nextByte_ = 0; // of the input, behind the access unit at hand
     bool finished_ = false;

@@ -26,6 +26,7 @@ struct Draft {
     std::uint64_t zeros_left_out = 0;
     std::uint64_t tag = 0;
     Content content = Content::no_slice;
+    bool opened = false; // by an opener or a slice
     bool key = false;
     bool reference = false;
     VideoPicType picture_type = VideoPicTypeUnknown;

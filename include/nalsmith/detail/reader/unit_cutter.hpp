@@ -82,6 +82,7 @@ private:
     NalUnit nal_unit(std::uint64_t end, std::size_t most = SIZE_MAX) const noexcept;
     void look_at_slice(std::uint64_t end);
     void take_slice(const NalUnit& slice);
+    void open_draft();
     void end_nal(std::uint64_t end);
     bool reach_event();
     void end_draft(std::uint64_t limit);
@@ -180,6 +181,7 @@ inline void UnitCutter::look_at_slice(std::uint64_t end)
 
 inline void UnitCutter::take_slice(const NalUnit& slice)
 {
+    open_draft();
     const SliceVerdict verdict = sets_.look(slice);
     const bool after_picture = draft_.content == Draft::Content::picture;
     const bool after_refused = draft_.content == Draft::Content::refused_slices;
@@ -195,12 +197,22 @@ inline void UnitCutter::take_slice(const NalUnit& slice)
         draft_.content = Draft::Content::refused_slices;
 }
 
+// What belongs to an access unit that has not been seen, since it stays with what came before, is no part of
+// the first that has.
+inline void UnitCutter::open_draft()
+{
+    if (!draft_.opened && nal_ != draft_.begin)
+        emit(nal_);
+    draft_.opened = true;
+}
+
 // What the library would drop stays where it stands and decides nothing.
 inline void UnitCutter::end_nal(std::uint64_t end)
 {
     const NalUnit nal = nal_unit(end);
     if (nal.bare() || nal.forbidden() || nal.role() != NalRole::opener)
         return;
+    open_draft();
     if (draft_.content == Draft::Content::refused_slices)
         emit(nal_);
     else if (draft_.content == Draft::Content::picture && opener_ == kNone)
@@ -250,12 +262,13 @@ inline void UnitCutter::end_draft(std::uint64_t limit)
     }
     if (in_stream_ && draft_.begin < limit)
         emit(limit);
+    draft_.opened = false;
     searched_ = limit;
     opener_ = kNone;
     after_end_of_unit_ = in_stream_;
 }
 
-// The draft ends at `end`, and another begins there.
+// The draft ends at `end`, and another begins there, with an opener or a slice.
 inline void UnitCutter::emit(std::uint64_t end)
 {
     left_out_ += held_.take_left_out(draft_.origin);
@@ -269,6 +282,7 @@ inline void UnitCutter::emit(std::uint64_t end)
     is_ready_ = true;
     draft_ = Draft();
     draft_.origin = draft_.begin = end;
+    draft_.opened = true;
 }
 
 inline void UnitCutter::end(Event::Kind kind)

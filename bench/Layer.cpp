@@ -1,97 +1,144 @@
 // SPDX-License-Identifier: MIT
-// The C++ layer beside the function below it: a file in pieces of 64 KiB through AccessUnitReader, and the
-// same access units, already cut, one a call through ParseVideoParams().
-#include "Streams.h"
+// The C++ layer beside the functions below it. Access units: a stream in pieces of 64 KiB and already cut
+// through AccessUnitReader, the same access units one a call through ParseVideoParams(). NAL units: NalUnits
+// beside the library's scanner.
+#include "Layer.h"
+
+#include "parser/VideoParams.h"
 
 #include <nalsmith/nalsmith.hpp>
-
-#include <benchmark/benchmark.h>
-
-#include <memory>
 
 namespace {
 
 using benchmark::State;
+using nalsmith::AccessUnitReader;
+using nalsmith::BytesView;
 
-constexpr std::size_t kPiece = 65536;
-
-struct Input {
-    Stream stream;
-    Bytes file;
-};
-
-template <typename Round>
-void Run(State& state, const Input& input, const Round& round)
+nalsmith::Codec CodecOf(const LayerInput& input)
 {
-    std::size_t units = 0;
-    for (auto _ : state)
-        units += round();
-    if (units != state.iterations() * input.stream.units.size())
-        state.SkipWithError("access units were lost");
+    return static_cast<nalsmith::Codec>(input.stream.shape.codec);
+}
+
+void ReadWithLibrary(State& state, const LayerInput& input)
+{
+    void* handle = nullptr;
+    ParseCreate(&handle, input.stream.shape.codec, 0, input.stream.largest + 4096);
+    RunLayer(state, input, [&] {
+        VideoInfo info = {};
+        std::size_t units = 0;
+        for (const Bytes& unit : input.stream.units) {
+            ParseVideoParams(handle, unit.data(), unit.Size(), &info);
+            units += info.frameAvailable;
+            benchmark::DoNotOptimize(info.frameData);
+        }
+        return units;
+    });
+    ParseRelease(handle);
+}
+
+void ReadPieces(State& state, const LayerInput& input)
+{
+    AccessUnitReader reader(CodecOf(input));
+    const BytesView file = input.file;
+    RunLayer(state, input, [&] {
+        std::size_t units = 0;
+        for (std::size_t at = 0; at < file.size(); at += kPiece) {
+            static_cast<void>(reader.push(file.subview(at, kPiece)));
+            while (const auto unit = reader.next()) {
+                benchmark::DoNotOptimize(unit->bytes.data());
+                ++units;
+            }
+        }
+        return units;
+    });
+}
+
+void ReadWhole(State& state, const LayerInput& input)
+{
+    AccessUnitReader reader(CodecOf(input), {false, true});
+    RunLayer(state, input, [&] {
+        std::size_t units = 0;
+        for (const Bytes& bytes : input.stream.units)
+            if (const auto unit = reader.read(bytes)) {
+                benchmark::DoNotOptimize(unit->bytes.data());
+                units += unit->has_picture ? 1 : 0;
+            }
+        return units;
+    });
+}
+
+// Both walk over one access unit a call, and count its NAL units: slices and a delimiter, and once sets.
+void CheckNalUnits(State& state, const LayerInput& input, u64 found)
+{
+    const u64 there = state.iterations() * input.stream.units.size() * (input.stream.shape.slices + 1);
+    if (found < there || found > there + state.iterations() * 3)
+        state.SkipWithError("NAL units were lost");
     state.SetBytesProcessed(static_cast<i64>(state.iterations() * input.stream.bytes));
 }
 
-std::size_t ReadRaw(void* handle, const Stream& stream)
+void ScanWithLibrary(State& state, const LayerInput& input)
 {
-    VideoInfo info = {};
-    std::size_t units = 0;
-    for (const Bytes& unit : stream.units) {
-        ParseVideoParams(handle, unit.data(), unit.Size(), &info);
-        units += info.frameAvailable;
-        benchmark::DoNotOptimize(info.frameData);
-    }
-    return units;
+    CParserBase parser;
+    u64 found = 0;
+    for (auto _ : state)
+        for (const Bytes& unit : input.stream.units) {
+            const u8 *nal = nullptr, *last = nullptr;
+            u32 size = 0;
+            parser.SetData(unit.data(), unit.Size());
+            for (parser.Reset();; last = nal, ++found) {
+                parser.GetNalDataEx(&nal, &size);
+                if (nal == last)
+                    break;
+                benchmark::DoNotOptimize(size);
+            }
+        }
+    CheckNalUnits(state, input, found);
 }
 
-std::size_t Drain(nalsmith::AccessUnitReader& reader)
+void ScanNalUnits(State& state, const LayerInput& input)
 {
-    std::size_t units = 0;
-    while (const auto unit = reader.next()) {
-        benchmark::DoNotOptimize(unit->bytes.data());
-        ++units;
-    }
-    return units;
-}
-
-std::size_t ReadPieces(nalsmith::AccessUnitReader& reader, nalsmith::BytesView file)
-{
-    std::size_t units = 0;
-    for (std::size_t at = 0; at < file.size(); at += kPiece) {
-        static_cast<void>(reader.push(file.subview(at, kPiece)));
-        units += Drain(reader);
-    }
-    static_cast<void>(reader.finish());
-    return units + Drain(reader);
-}
-
-void RegisterShape(const Shape& shape)
-{
-    static std::vector<std::unique_ptr<Input>> kept;
-    const Input& input = *kept.emplace_back(std::make_unique<Input>(Input{MakeStream(shape), {}}));
-    kept.back()->file = Join(input.stream.units);
-    const std::string row = "layer/" + shape.Name() + "/";
-    benchmark::RegisterBenchmark((row + "library").c_str(), [&input](State& state) {
-        Run(state, input, [&] {
-            void* handle = nullptr;
-            VideoInfo last = {};
-            ParseCreate(&handle, input.stream.shape.codec, 0, input.stream.largest + 4096);
-            const std::size_t units = ReadRaw(handle, input.stream);
-            ParseVideoParams(handle, nullptr, 0, &last);
-            ParseRelease(handle);
-            return units + last.frameAvailable;
-        });
-    });
-    benchmark::RegisterBenchmark((row + "layer").c_str(), [&input](State& state) {
-        nalsmith::AccessUnitReader reader(static_cast<nalsmith::Codec>(input.stream.shape.codec));
-        Run(state, input, [&] { return ReadPieces(reader, input.file); });
-    });
+    u64 found = 0;
+    for (auto _ : state)
+        for (const Bytes& unit : input.stream.units)
+            for (const nalsmith::NalUnit& nal : nalsmith::NalUnits(CodecOf(input), unit)) {
+                const std::size_t size = nal.bytes.size();
+                benchmark::DoNotOptimize(size);
+                ++found;
+            }
+    CheckNalUnits(state, input, found);
 }
 
 } // namespace
 
+const std::vector<LayerInput>& LayerInputs()
+{
+    constexpr std::pair<u32, u32> kShapes[] = {
+        {40'000, 1}, {500'000, 1}, {500'000, 8}, {2'054, 1}, {2'054, 13}};
+    static const std::vector<LayerInput> inputs = [&] {
+        std::vector<LayerInput> made;
+        for (const VideoCodecType codec : {VideoCodecAVC, VideoCodecHEVC})
+            for (const auto& [bytes, slices] : kShapes) {
+                made.push_back({MakeStream({codec, bytes, slices}, 1'500'000, 3), {}});
+                made.back().file = Join(made.back().stream.units);
+            }
+        return made;
+    }();
+    return inputs;
+}
+
 void RegisterLayer()
 {
-    for (const VideoCodecType codec : {VideoCodecAVC, VideoCodecHEVC})
-        for (const u32 bytes : {40'000U, 500'000U, 2'054U})
-            RegisterShape({codec, bytes, 1});
+    constexpr std::pair<const char*, void (*)(State&, const LayerInput&)> kSides[] = {
+        {"layer/library", ReadWithLibrary},
+        {"layer/layer", ReadPieces},
+        {"layer/whole_units", ReadWhole},
+        {"nal_units/library", ScanWithLibrary},
+        {"nal_units/nal_units", ScanNalUnits}};
+    for (const LayerInput& input : LayerInputs())
+        for (const auto& [name, run] : kSides) {
+            const std::string text = name;
+            const std::string row = text.substr(0, text.find('/') + 1) + input.stream.shape.Name();
+            benchmark::RegisterBenchmark((row + text.substr(text.find('/'))).c_str(),
+                                         [&input, run = run](State& state) { run(state, input); });
+        }
 }

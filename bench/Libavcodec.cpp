@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 // A general-purpose library on the same streams, as a yardstick: its parser cuts access units and reads their
 // headers, its bitstream filters put user data in and take SEI out.
-#include "Streams.h"
-
-#include <benchmark/benchmark.h>
+#include "Layer.h"
 
 #include <memory>
 
@@ -47,6 +45,35 @@ void Parse(State& state, const Shape& shape)
             }
         }
     state.SetBytesProcessed(static_cast<i64>(state.iterations() * stream.bytes));
+    avcodec_free_context(&context);
+    av_parser_close(parser);
+}
+
+// A stream in the pieces that the layer gets: no program that reads a file or a socket has access units yet.
+void ParsePieces(State& state, const LayerInput& input)
+{
+    const Bytes file = input.file + Bytes(AV_INPUT_BUFFER_PADDING_SIZE, 0);
+    const AVCodecID id = input.stream.shape.codec == VideoCodecAVC ? AV_CODEC_ID_H264 : AV_CODEC_ID_HEVC;
+    AVCodecParserContext* parser = av_parser_init(id);
+    AVCodecContext* context = avcodec_alloc_context3(avcodec_find_decoder(id));
+    RunLayer(state, input, [&] {
+        std::size_t units = 0;
+        for (std::size_t begin = 0; begin < input.file.size(); begin += kPiece) {
+            const u8* at = file.data() + begin;
+            int left = static_cast<int>(std::min(kPiece, input.file.size() - begin));
+            while (left > 0) {
+                u8* out = nullptr;
+                int outSize = 0;
+                const int used = av_parser_parse2(parser, context, &out, &outSize, at, left, AV_NOPTS_VALUE,
+                                                  AV_NOPTS_VALUE, 0);
+                benchmark::DoNotOptimize(out);
+                units += outSize > 0 ? 1 : 0;
+                at += used;
+                left -= used;
+            }
+        }
+        return units;
+    });
     avcodec_free_context(&context);
     av_parser_close(parser);
 }
@@ -102,4 +129,11 @@ void RegisterLibavcodec()
                            shape.codec == VideoCodecAVC ? "6" : "39");
                 });
         }
+}
+
+void RegisterLibavcodecLayer()
+{
+    for (const LayerInput& input : LayerInputs())
+        benchmark::RegisterBenchmark(("layer/" + input.stream.shape.Name() + "/libavcodec").c_str(),
+                                     [&input](State& state) { ParsePieces(state, input); });
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Rows are named job/codec/size of an access unit/slices in it/side. The groups: jobs, growth, bytewise,
-// layer; all of them when none is named on the command line.
+// layer, layer_growth; all of them when none is named on the command line.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -11,8 +11,10 @@ void RegisterJobs();
 void RegisterGrowth();
 void RegisterBytewise();
 void RegisterLayer();
+void RegisterLayerGrowth();
 #if defined(NALSMITH_BENCH_LIBAVCODEC)
 void RegisterLibavcodec();
+void RegisterLibavcodecLayer();
 #endif
 
 int main(int argc, char** argv)
@@ -32,8 +34,14 @@ int main(int argc, char** argv)
         RegisterGrowth();
     if (chosen("bytewise"))
         RegisterBytewise();
-    if (chosen("layer"))
+    if (chosen("layer")) {
         RegisterLayer();
+#if defined(NALSMITH_BENCH_LIBAVCODEC)
+        RegisterLibavcodecLayer();
+#endif
+    }
+    if (chosen("layer_growth"))
+        RegisterLayerGrowth();
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -158,12 +158,12 @@ std::string Shape::Name() const
     return (codec == VideoCodecAVC ? "avc/" : "hevc/") + size + "/" + std::to_string(slices);
 }
 
-Stream MakeStream(const Shape& shape, u64 totalBytes)
+Stream MakeStream(const Shape& shape, u64 totalBytes, u64 fewestUnits)
 {
     const bool avc = shape.codec == VideoCodecAVC;
     std::mt19937 random(1);
     Stream stream{shape, {}, 0, 0};
-    const u64 count = std::max<u64>(16, totalBytes / shape.accessUnitBytes);
+    const u64 count = std::max(fewestUnits, totalBytes / shape.accessUnitBytes);
     for (u32 picture = 0; picture < count; ++picture) {
         Bytes unit = avc ? "00 00 00 01 09 f0"_bytes : "00 00 00 01 46 01 50"_bytes;
         if (picture == 0)

@@ -22,8 +22,8 @@ struct Stream {
     u32 largest = 0;
 };
 
-// About `totalBytes`, at least 16 access units: a delimiter and the slices each.
-Stream MakeStream(const Shape& shape, u64 totalBytes = 16'000'000);
+// About `totalBytes`, at least so many access units: a delimiter and the slices each.
+Stream MakeStream(const Shape& shape, u64 totalBytes = 16'000'000, u64 fewestUnits = 16);
 
 // The same with `size` bytes of user data in every access unit.
 Stream WithUserData(const Stream& stream, u32 size);

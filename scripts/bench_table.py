@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Prints the medians of a benchmark's CPU times as tables: the library beside the other sides of each row, the
-rows that have no library side, and how the time grows where a row was run at several sizes."""
+C++ layer beside the library, the rows that have no library side, and how time and memory grow where a row was run
+at several sizes."""
 import collections
 import json
 import re
@@ -10,12 +11,12 @@ import sys
 
 
 def medians(path):
-    """row -> side -> (seconds, GB/s, ns per access unit)"""
+    """row -> side -> (time, GB/s, ns per access unit, bytes of memory per byte of input)"""
     runs = collections.defaultdict(list)
     for run in json.load(open(path))["benchmarks"]:
         if run["run_type"] == "iteration":
             runs[run["run_name"]].append((run["cpu_time"], run.get("bytes_per_second", 0) / 1e9,
-                                          run.get("ns/unit", 0)))
+                                          run.get("ns/unit", 0), run.get("peak/byte", 0)))
     rows = collections.defaultdict(dict)
     for name, values in runs.items():
         row, _, side = name.rpartition("/")
@@ -48,6 +49,22 @@ def beside(row, sides, other):
     return cells
 
 
+def layer_beside(row, sides, ratios):
+    """The speed of each side, and the ratios of speeds that are named as pairs of sides."""
+    names = dict.fromkeys(name for pair in ratios for name in reversed(pair))
+    cells = [row] + [f"{sides[name][1]:.1f}" if name in sides else "" for name in names]
+    for one, other in ratios:
+        cells.append(f"{sides[other][0] / sides[one][0]:.2f}" if one in sides and other in sides else "")
+    return ["row"] + list(names) + [f"{one} : {other}" for one, other in ratios], cells
+
+
+def layer_tables(ordered):
+    for ratios in ([("layer", "library"), ("whole_units", "library"), ("layer", "libavcodec")],
+                   [("nal_units", "library")]):
+        found = [layer_beside(row, sides, ratios) for row, sides in ordered if ratios[0][0] in sides]
+        table(found[0][0] if found else [], [cells for _, cells in found])
+
+
 def main():
     rows = medians(sys.argv[1])
     ordered = sorted(rows.items(), key=lambda item: natural(item[0]))
@@ -55,17 +72,20 @@ def main():
         header = ["row", "library, GB/s"] + [text for name in other for text in (name, "speed against it")]
         table(header, [beside(row, sides, other) for row, sides in ordered
                        if "library" in sides and other[0] in sides])
+    layer_tables(ordered)
     rest, growing = [], []
     for row, sides in ordered:
-        for side, (time, rate, _) in sorted(sides.items(), key=lambda item: natural(item[0])):
+        for side, values in sorted(sides.items(), key=lambda item: natural(item[0])):
+            time, rate, ns, peak = values
             size = re.fullmatch(r"(\d+)MB", side)
             half = sides.get(f"{int(size[1]) // 2}MB") if size else None
             if size:
-                growing.append([row, side, f"{rate:.2f}", f"{time / half[0]:.2f}" if half else ""])
+                growing.append([row, side, f"{rate:.3g}", f"{time / half[0]:.2f}" if half else "",
+                                f"{peak:.2f}" if peak else ""])
             elif "library" not in sides:
-                rest.append([row, side, f"{rate:.2f}"])
-    table(["row", "", "GB/s"], rest)
-    table(["row", "size", "GB/s", "time against half the size"], growing)
+                rest.append([row, side, f"{rate:.3g}", f"{ns:.0f} ns" if ns else ""])
+    table(["row", "", "GB/s", "a unit"], rest)
+    table(["row", "size", "GB/s", "time against half the size", "bytes of memory a byte"], growing)
 
 
 main()

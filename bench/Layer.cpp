@@ -138,7 +138,7 @@ void RegisterLayer()
         for (const auto& [name, run] : kSides) {
             const std::string text = name;
             const std::string row = text.substr(0, text.find('/') + 1) + input.stream.shape.Name();
-            benchmark::RegisterBenchmark((row + text.substr(text.find('/'))).c_str(),
-                                         [&input, run = run](State& state) { run(state, input); });
+            RegisterLayerRow(row + text.substr(text.find('/')),
+                             [&input, run = run](State& state) { run(state, input); });
         }
 }

@@ -37,3 +37,10 @@ void RunLayer(benchmark::State& state, const LayerInput& input, const Round& rou
     state.counters["ns/unit"] = benchmark::Counter(static_cast<double>(there) * 1e-9,
                                                    benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
+
+// Short runs and many of them: what disturbs one of them leaves the others alone, and the fastest counts.
+template <typename Function>
+void RegisterLayerRow(const std::string& name, const Function& function)
+{
+    benchmark::RegisterBenchmark(name.c_str(), function)->Repetitions(41)->MinTime(0.01);
+}

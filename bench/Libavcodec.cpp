@@ -134,6 +134,6 @@ void RegisterLibavcodec()
 void RegisterLibavcodecLayer()
 {
     for (const LayerInput& input : LayerInputs())
-        benchmark::RegisterBenchmark(("layer/" + input.stream.shape.Name() + "/libavcodec").c_str(),
-                                     [&input](State& state) { ParsePieces(state, input); });
+        RegisterLayerRow("layer/" + input.stream.shape.Name() + "/libavcodec",
+                         [&input](State& state) { ParsePieces(state, input); });
 }

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Prints the medians of a benchmark's CPU times as tables: the library beside the other sides of each row, the
-C++ layer beside the library, the rows that have no library side, and how time and memory grow where a row was run
-at several sizes."""
+"""Prints the CPU times of a benchmark as tables: the library beside the other sides of each row, as medians; the C++
+layer beside the library, the rows that have no library side, and how time and memory grow where a row was run at
+several sizes, each of the fastest run."""
 import collections
 import json
 import re
@@ -10,7 +10,7 @@ import statistics
 import sys
 
 
-def medians(path):
+def summaries(path, of_times, of_rates):
     """row -> side -> (time, GB/s, ns per access unit, bytes of memory per byte of input)"""
     runs = collections.defaultdict(list)
     for run in json.load(open(path))["benchmarks"]:
@@ -19,9 +19,10 @@ def medians(path):
                                           run.get("ns/unit", 0), run.get("peak/byte", 0)))
     rows = collections.defaultdict(dict)
     for name, values in runs.items():
-        row, _, side = name.rpartition("/")
-        rows[row][side] = [statistics.median(column) for column in zip(*values)]
-    return rows
+        row, _, side = name.partition("/min_time:")[0].rpartition("/")
+        times, rates, units, peaks = zip(*values)
+        rows[row][side] = [of_times(times), of_rates(rates), of_times(units), max(peaks)]
+    return sorted(rows.items(), key=lambda item: natural(item[0]))
 
 
 def natural(text):
@@ -66,15 +67,16 @@ def layer_tables(ordered):
 
 
 def main():
-    rows = medians(sys.argv[1])
-    ordered = sorted(rows.items(), key=lambda item: natural(item[0]))
+    ordered = summaries(sys.argv[1], statistics.median, statistics.median)
+    # Whatever else a machine does only adds time, and these rows are too short for it to even out.
+    fastest = summaries(sys.argv[1], min, max)
     for other in (["minimum", "libavcodec"], ["bytes"]):
         header = ["row", "library, GB/s"] + [text for name in other for text in (name, "speed against it")]
         table(header, [beside(row, sides, other) for row, sides in ordered
                        if "library" in sides and other[0] in sides])
-    layer_tables(ordered)
+    layer_tables(fastest)
     rest, growing = [], []
-    for row, sides in ordered:
+    for row, sides in fastest:
         for side, values in sorted(sides.items(), key=lambda item: natural(item[0])):
             time, rate, ns, peak = values
             size = re.fullmatch(r"(\d+)MB", side)

@@ -65,19 +65,34 @@ inline std::uint32_t zero_mask_128(__m128i bytes) noexcept
     return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_setzero_si128())));
 }
 
+// Whether one of 64 pairs is of zeros.
+inline bool has_zero_pair_64(const std::uint8_t* data) noexcept
+{
+    const __m128i low = _mm_min_epu8(zero_pairs_128(data), zero_pairs_128(data + 16));
+    const __m128i high = _mm_min_epu8(zero_pairs_128(data + 32), zero_pairs_128(data + 48));
+    return zero_mask_128(_mm_min_epu8(low, high)) != 0;
+}
+
 inline std::size_t find_zero_pair_sse2(const std::uint8_t* data, std::size_t size) noexcept
 {
     constexpr std::size_t kWidth = 16;
+    constexpr std::size_t kLong = 16 * kWidth;
     if (size < kWidth + 1)
         return find_zero_pair_word(data, size);
     const std::size_t last = size - kWidth - 1; // where the last vector of pairs begins
     std::size_t i = 0;
-    for (; i + 3 * kWidth <= last; i += 4 * kWidth) {
-        const __m128i low = _mm_min_epu8(zero_pairs_128(data + i), zero_pairs_128(data + i + kWidth));
-        const __m128i high =
-            _mm_min_epu8(zero_pairs_128(data + i + 2 * kWidth), zero_pairs_128(data + i + 3 * kWidth));
-        if (zero_mask_128(_mm_min_epu8(low, high)) != 0)
-            break;
+    while (i < kLong && i + 3 * kWidth <= last && !has_zero_pair_64(data + i))
+        i += 4 * kWidth;
+    if (i == kLong) {
+        // From here on at addresses where an instruction can take one of its operands from memory. Without
+        // AVX it can at no others.
+        i -= reinterpret_cast<std::uintptr_t>(data + i) % kWidth;
+        const auto* const aligned =
+            static_cast<const std::uint8_t*>(__builtin_assume_aligned(data + i, kWidth));
+        std::size_t on = 0;
+        while (i + on + 3 * kWidth <= last && !has_zero_pair_64(aligned + on))
+            on += 4 * kWidth;
+        i += on;
     }
     for (;; i += kWidth) {
         if (i > last)

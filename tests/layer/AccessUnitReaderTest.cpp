@@ -191,9 +191,6 @@ TEST(AccessUnitReader, GivesWholeUnitsBackAtOnce)
             EXPECT_EQ(unit->bytes.data(), kept.bytes.data()); // not copied
         }
     }
-    AccessUnitReader reader(Codec::h264, {.whole_units = true});
-    EXPECT_FALSE(reader.read(Bytes{1, 2, 3, 4, 5}));
-    EXPECT_EQ(reader.status(), Status::no_start_code);
 }
 
 // With 260 bytes of the next slice, or the start code after it; with end_unit() at once.
@@ -273,8 +270,6 @@ TEST(AccessUnitReader, EndsUnitsWhereItIsTold)
     ASSERT_TRUE(rest);
     EXPECT_EQ(rest->position, 15 + half);
     EXPECT_EQ(rest->bytes.size() + rest->zeros_left_out, units[0].bytes.size() - half);
-    AccessUnitReader whole(Codec::h264, {.whole_units = true});
-    EXPECT_EQ(whole.end_unit(), Status::not_supported);
 }
 
 // 64 KiB of them stay; positions and tags go on as if all were there.
@@ -321,10 +316,6 @@ TEST(AccessUnitReader, StopsAtItsLimitAndLosesNothing)
     for (Status status = Status::ok; status == Status::ok; taken += 100)
         status = reader.push(BytesView(stream).subview(taken, 100));
     EXPECT_EQ(taken, 5100u);
-    EXPECT_EQ(reader.push(stream), Status::too_large);
-    EXPECT_EQ(reader.end_unit(), Status::too_large);
-    EXPECT_FALSE(reader.next());
-    EXPECT_EQ(reader.status(), Status::too_large);
     EXPECT_EQ(reader.finish(), Status::too_large);
     const auto rest = reader.next();
     EXPECT_TRUE(rest && std::ranges::equal(rest->bytes, BytesView(stream).subview(0, taken)));
@@ -339,14 +330,42 @@ TEST(AccessUnitReader, StopsAtItsLimitAndLosesNothing)
         EXPECT_EQ(parts.size(), 14u); // of three slices, the first whole number of them above 2500 bytes
         EXPECT_EQ(joined(parts), stream);
     }
-
-    AccessUnitReader whole(Codec::h264, {.whole_units = true, .max_pending = 50});
-    EXPECT_FALSE(whole.read(BytesView(stream).subview(0, 100)));
-    EXPECT_EQ(whole.push(BytesView(stream).subview(0, 20)), Status::too_large);
 }
 
-// Bytes past the end of a NAL unit read as zeros, so one of four bytes is PPS 0 of SPS 0. Layers above the
-// base and reserved types bring no parameters.
+TEST(AccessUnitReader, TellsTheStatusOfTheLastCallWhicheverItWas)
+{
+    const Bytes unit = {0, 0, 1, 9, 0x10};
+    Bytes large = unit;
+    large.resize(200, 1);
+    for (const bool whole : {false, true}) {
+        SCOPED_TRACE(whole);
+        AccessUnitReader reader(Codec::h264, {.whole_units = whole, .max_pending = 100});
+        const auto expect = [&](Status answered, Status streaming, Status with_whole_units) {
+            EXPECT_EQ(answered, whole ? with_whole_units : streaming);
+            EXPECT_EQ(reader.status(), answered);
+        };
+        const auto next = [&] { return reader.next() ? Status::ok : reader.status(); };
+        expect(reader.end_unit(), Status::ok, Status::not_supported);
+        expect(reader.add_parameter_sets(unit), Status::ok, Status::ok);
+        EXPECT_EQ(reader.read(unit).has_value(), whole);
+        expect(reader.status(), Status::not_supported, Status::ok);
+        expect(next(), Status::ok, Status::ok);
+        expect(reader.push(Bytes(3)), Status::ok, Status::no_start_code);
+        expect(next(), Status::ok, Status::ok);
+        expect(reader.push(unit), Status::ok, Status::ok);
+        expect(reader.push(large), Status::too_large, Status::too_large);
+        expect(next(), Status::too_large, Status::ok);
+        expect(reader.add_parameter_sets(unit), Status::too_large, Status::too_large);
+        expect(reader.end_unit(), Status::too_large, Status::not_supported);
+        expect(reader.push(unit), Status::too_large, Status::too_large);
+        expect(next(), Status::too_large, Status::too_large);
+        expect(reader.finish(), Status::too_large, Status::too_large);
+        expect(next(), Status::ok, Status::ok);
+        expect(reader.finish(), Status::ok, Status::ok);
+    }
+}
+
+// Bytes past the end of a NAL unit read as zeros, so one of four bytes is PPS 0 of SPS 0.
 TEST(AccessUnitReader, SeesNalUnitsOfFourBytesAndSetsFromOutside)
 {
     const Bytes stream = read_file("avc_size_change.h264");
@@ -371,25 +390,6 @@ TEST(AccessUnitReader, SeesNalUnitsOfFourBytesAndSetsFromOutside)
     const std::vector<Kept> one = read_all(Codec::h264, short_pps, {.self_contained = true});
     ASSERT_EQ(one.size(), 1u);
     EXPECT_TRUE(one[0].unit.has_picture && one[0].unit.sequence && one[0].unit.inserted == 0);
-
-    const Bytes hevc = read_file("hevc_aud_headers_once.h265");
-    Bytes layered;
-    for (const NalUnit& nal : NalUnits(Codec::h265, hevc)) {
-        Bytes other = nal.bytes.to_bytes();
-        other[nal.start_code_size + 1] |= 8; // nuh_layer_id 1
-        EXPECT_FALSE(ParameterSets().add({Codec::h265, other, nal.start_code_size}));
-        if (nal.is_parameter_set())
-            append(layered, other);
-        other[nal.start_code_size] = 44 << 1;
-        other[nal.start_code_size + 1] = 1;
-        EXPECT_FALSE(ParameterSets().add({Codec::h265, other, nal.start_code_size}));
-    }
-    append(layered, hevc);
-    AccessUnitReader base(Codec::h265, {.self_contained = true});
-    std::size_t inserted = 0;
-    for (const Kept& kept : read_all(base, layered, 999))
-        inserted += kept.unit.inserted;
-    EXPECT_EQ(inserted, 2 * 84u); // as without them
 }
 
 // What it gave, and what it is left with.

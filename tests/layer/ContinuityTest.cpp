@@ -2,9 +2,12 @@
 // Losses in a stream.
 #include "LayerStreams.h"
 
+#include "HevcStream.h"
+
 namespace {
 
 using namespace layertest;
+using nalsmith::Bytes;
 
 // Where the first break is found when the pictures of `dropped` are lost, but not their parameter sets.
 template <typename Dropped>
@@ -63,8 +66,8 @@ TEST(Continuity, TellsUnknownParametersAndAStartInTheMiddle)
     EXPECT_EQ(reordered.library.discontinuity, 1u); // by its own rule
 }
 
-// A field of four thousand million bits, asked for by every slice.
-TEST(Continuity, ClaimedFieldWidthsCostNothing)
+// Four thousand million bits of a field asked for by every slice, slice groups by every PPS.
+TEST(Continuity, ClaimedNumbersCostNothing)
 {
     const Bytes sets = {0x00, 0x00, 0x01, 0x67, 0x42, 0x00, 0x1E, 0x80, 0x00, 0x00, 0x03, 0x00, 0xFF,
                         0xFF, 0xFF, 0xFB, 0x68, 0x42, 0x64, 0x00, 0x00, 0x01, 0x68, 0xCE, 0x38, 0x80};
@@ -73,6 +76,39 @@ TEST(Continuity, ClaimedFieldWidthsCostNothing)
     checker.add_parameter_sets(sets);
     for (int i = 0; i < 1000; ++i)
         EXPECT_NE(checker.check(slice).finding, Finding::unknown_parameters);
+    for (const u32 slice_group_map_type : {0U, 2U, 6U}) { // of as many slice groups and map units
+        BitWriter pps;
+        pps.ue(0).ue(0).u(2, 0).u(64, 0).ue(slice_group_map_type).u(64, 0).u(64, 0x5555'5555'5555'5555);
+        for (int i = 0; i < 1000; ++i)
+            checker.add_parameter_sets(avctest::Nal(8, pps.Take()));
+    }
+    EXPECT_NE(checker.check(slice).finding, Finding::unknown_parameters);
+}
+
+// Any of these would be taken for a part of the stream if only its type were looked at, or not even that.
+TEST(Continuity, OtherLayersAndReservedTypesAreNotHeard)
+{
+    using namespace hevctest;
+    const hevctest::Sps sps = {.st_ref_pic_sets = {{1, 0}}};
+    const hevctest::Sps wrong_sps = {.log2_max_pic_order_cnt_lsb_minus4 = 4};
+    const ::Bytes wrong_pps = ::Bytes(hevctest::Pps{.num_extra_slice_header_bits = 7});
+    const ::Bytes pps_content = wrong_pps.From(5, wrong_pps.size() - 5);
+    ContinuityChecker checker(Codec::h265);
+    checker.add_parameter_sets(Join({sps, hevctest::Pps()}));
+    for (u32 i = 0; i < 10; ++i) {
+        const u32 type = i == 0 ? hevctest::kIdr : kTrailR;
+        const ::Bytes picture =
+            hevctest::Slice{.sps = sps, .nal_unit_type = type, .slice_pic_order_cnt_lsb = i};
+        EXPECT_EQ(checker.check(picture).finding, Finding::continuous) << i;
+        for (const ::Bytes& other :
+             {hevctest::Nal(33, wrong_sps.Payload(), 1), hevctest::Nal(34, pps_content, 1),
+              hevctest::Nal(44, pps_content), hevctest::Nal(36, {}, 1),
+              hevctest::Nal(44, wrong_sps.Payload()),
+              ::Bytes(hevctest::Slice{.sps = sps, .nal_unit_type = type, .nuh_layer_id = 1})}) {
+            EXPECT_EQ(checker.check(other).finding, Finding::none);
+            EXPECT_FALSE(ParameterSets().add_all(Codec::h265, other));
+        }
+    }
 }
 
 } // namespace

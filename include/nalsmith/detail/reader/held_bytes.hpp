@@ -5,6 +5,7 @@
 #define NALSMITH_DETAIL_READER_HELD_BYTES_HPP
 
 #include "nalsmith/bytes.hpp"
+#include "nalsmith/detail/queue.hpp"
 #include "nalsmith/detail/reader/tags.hpp"
 #include "nalsmith/detail/start_codes.hpp"
 
@@ -75,10 +76,8 @@ public:
     std::uint64_t take_left_out(std::uint64_t position)
     {
         std::uint64_t count = 0;
-        std::size_t taken = 0;
-        for (; taken < gaps_.size() && gaps_[taken].at <= position; ++taken)
-            count += gaps_[taken].count;
-        gaps_.erase(gaps_.begin(), gaps_.begin() + static_cast<std::ptrdiff_t>(taken));
+        for (; !gaps_.empty() && gaps_.front().at <= position; gaps_.pop())
+            count += gaps_.front().count;
         return count;
     }
 
@@ -87,8 +86,8 @@ private:
     static constexpr std::size_t kOfStartCode = 3; // zeros that may belong to the next start code
 
     struct Gap {
-        std::uint64_t at;
-        std::uint64_t count;
+        std::uint64_t at = 0;
+        std::uint64_t count = 0;
     };
 
     std::size_t held_zeros() const noexcept
@@ -114,7 +113,7 @@ private:
         if (!gaps_.empty() && gaps_.back().at == at)
             gaps_.back().count += count;
         else
-            gaps_.push_back({at, count});
+            gaps_.push({at, count});
     }
 
     // The first run of more zeros than are held, in a piece that begins with another byte; the end for none.
@@ -145,7 +144,7 @@ private:
     Bytes bytes_;
     std::uint64_t base_ = 0;  // position of bytes_[0]
     std::uint64_t zeros_ = 0; // at the end, those left out included
-    std::vector<Gap> gaps_;
+    Queue<Gap> gaps_;
     Tags tags_;
 };
 

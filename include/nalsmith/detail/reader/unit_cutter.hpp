@@ -4,6 +4,7 @@
 #ifndef NALSMITH_DETAIL_READER_UNIT_CUTTER_HPP
 #define NALSMITH_DETAIL_READER_UNIT_CUTTER_HPP
 
+#include "nalsmith/detail/queue.hpp"
 #include "nalsmith/detail/reader/held_bytes.hpp"
 #include "nalsmith/detail/reader/stream_sets.hpp"
 
@@ -38,7 +39,7 @@ public:
     void add_parameter_sets(BytesView sets)
     {
         if (advance())
-            events_.push_back({held_.end(), Event::Kind::parameter_sets, sets.to_bytes()});
+            events_.push({held_.end(), Event::Kind::parameter_sets, sets.to_bytes()});
         else
             sets_.add(codec_, sets);
     }
@@ -63,9 +64,9 @@ private:
     // What the caller said at a place that has not been reached.
     struct Event {
         enum class Kind : std::uint8_t { parameter_sets, end_of_unit, end_of_stream };
-        std::uint64_t position;
-        Kind kind;
-        Bytes sets;
+        std::uint64_t position = 0;
+        Kind kind = Kind::parameter_sets;
+        Bytes sets = {};
     };
 
     static constexpr std::uint64_t kNone = UINT64_MAX;
@@ -93,7 +94,7 @@ private:
     std::size_t most_refused_;
     HeldBytes held_;
     StreamSets sets_;
-    std::vector<Event> events_; // in order of position
+    Queue<Event> events_; // in order of position
     Draft ready_;
     bool is_ready_ = false;
     Draft draft_;
@@ -247,7 +248,7 @@ inline bool UnitCutter::reach_event()
             in_stream_ = after_end_of_unit_ = false;
         }
     }
-    events_.erase(events_.begin());
+    events_.pop();
     return true;
 }
 
@@ -291,7 +292,7 @@ inline void UnitCutter::end(Event::Kind kind)
     const bool known =
         !events_.empty() && events_.back().position == held_.end() && events_.back().kind == kind;
     if (!known)
-        events_.push_back({held_.end(), kind, {}});
+        events_.push({held_.end(), kind, {}});
 }
 
 } // namespace detail

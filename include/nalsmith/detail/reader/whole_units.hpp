@@ -3,6 +3,7 @@
 #ifndef NALSMITH_DETAIL_READER_WHOLE_UNITS_HPP
 #define NALSMITH_DETAIL_READER_WHOLE_UNITS_HPP
 
+#include "nalsmith/detail/queue.hpp"
 #include "nalsmith/detail/reader/stream_sets.hpp"
 
 namespace nalsmith {
@@ -13,28 +14,28 @@ class WholeUnits {
 public:
     WholeUnits(Codec codec, bool self_contained) noexcept : codec_(codec), self_contained_(self_contained) {}
 
-    void push(BytesView unit, std::uint64_t tag) { waiting_.push_back({Kind::unit, unit, tag, {}}); }
+    void push(BytesView unit, std::uint64_t tag) { waiting_.push({Kind::unit, unit, tag, {}}); }
     void add_parameter_sets(BytesView sets)
     {
         if (waiting_.empty())
             sets_.add(codec_, sets);
         else
-            waiting_.push_back({Kind::parameter_sets, {}, 0, sets.to_bytes()});
+            waiting_.push({Kind::parameter_sets, {}, 0, sets.to_bytes()});
     }
     void end_stream()
     {
         if (waiting_.empty())
             begin_stream();
         else
-            waiting_.push_back({Kind::end_of_stream, {}, 0, {}});
+            waiting_.push({Kind::end_of_stream, {}, 0, {}});
     }
 
     // The next one, with its bytes; none when there is none.
     std::optional<Draft> next(BytesView& bytes)
     {
         std::optional<Draft> unit;
-        while (!unit && first_ < waiting_.size()) {
-            const Waiting& waiting = waiting_[first_];
+        while (!unit && !waiting_.empty()) {
+            const Waiting& waiting = waiting_.front();
             switch (waiting.kind) {
             case Kind::unit:
                 bytes = waiting.unit;
@@ -44,11 +45,7 @@ public:
             case Kind::parameter_sets: sets_.add(codec_, waiting.sets); break;
             case Kind::end_of_stream: begin_stream(); break;
             }
-            ++first_;
-        }
-        if (first_ == waiting_.size()) {
-            waiting_.clear();
-            first_ = 0;
+            waiting_.pop();
         }
         return unit;
     }
@@ -58,10 +55,10 @@ public:
 private:
     enum class Kind : std::uint8_t { unit, parameter_sets, end_of_stream };
     struct Waiting {
-        Kind kind;
-        BytesView unit;
-        std::uint64_t tag;
-        Bytes sets;
+        Kind kind = Kind::unit;
+        BytesView unit = {};
+        std::uint64_t tag = 0;
+        Bytes sets = {};
     };
 
     void begin_stream()
@@ -102,8 +99,7 @@ private:
     Codec codec_;
     bool self_contained_;
     StreamSets sets_;
-    std::vector<Waiting> waiting_;
-    std::size_t first_ = 0;
+    Queue<Waiting> waiting_;
     std::uint64_t position_ = 0;
 };
 

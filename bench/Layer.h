@@ -40,7 +40,7 @@ void RunLayer(benchmark::State& state, const LayerInput& input, const Round& rou
 
 // Short runs and many of them: what disturbs one of them leaves the others alone, and the fastest counts.
 template <typename Function>
-void RegisterLayerRow(const std::string& name, const Function& function)
+void RegisterLayerRow(const std::string& name, const Function& function, int times = 41)
 {
-    benchmark::RegisterBenchmark(name.c_str(), function)->Repetitions(41)->MinTime(0.01);
+    benchmark::RegisterBenchmark(name.c_str(), function)->Repetitions(times)->MinTime(0.01);
 }

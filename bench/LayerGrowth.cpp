@@ -2,15 +2,13 @@
 // How time and memory of the C++ layer grow, on streams that a hostile sender might make. A row of twice the
 // input should take about twice the time; `peak/byte` is the memory that one round asked for at most, against
 // the bytes of input.
-#include "Streams.h"
+#include "Layer.h"
 
 #include "AvcStream.h"
 #include "FailingAllocation.h"
 #include "HevcStream.h"
 
 #include <nalsmith/nalsmith.hpp>
-
-#include <benchmark/benchmark.h>
 
 #include <functional>
 
@@ -260,8 +258,8 @@ void RegisterLayerGrowth()
 {
     for (const Growing& growing : kGrowing)
         for (const std::size_t size : {1u << 20, 2u << 20, 4u << 20})
-            benchmark::RegisterBenchmark(
-                ("layer/" + std::string(growing.name) + "/" + std::to_string(size >> 20) + "MB").c_str(),
-                [&growing, size](State& state) { Run(state, growing, size); });
-    benchmark::RegisterBenchmark("layer/slice_groups/one_pps", JudgeOnePps);
+            RegisterLayerRow(
+                "layer/" + std::string(growing.name) + "/" + std::to_string(size >> 20) + "MB",
+                [&growing, size](State& state) { Run(state, growing, size); }, 15);
+    RegisterLayerRow("layer/slice_groups/one_pps", JudgeOnePps);
 }

@@ -160,6 +160,7 @@ TEST(Memory, WhatWaitsTakesLittleMoreThanItsBytes)
         append(stream, Bytes{0, 0, 1, 9});
     reader = AccessUnitReader(Codec::h264);
     EXPECT_LT(peak_of(read), 1.5 * static_cast<double>(stream.size()));
+    EXPECT_EQ(reader.push(Bytes{0, 0, 1, 9}), Status::ok); // waits while nothing comes
     const auto push_nothing = [&] {
         for (u64 tag = 0; tag < 100'000; ++tag)
             EXPECT_EQ(reader.push({}, tag), Status::ok);

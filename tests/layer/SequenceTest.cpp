@@ -121,4 +121,31 @@ TEST(Sequence, HasTheTimingOfItsVpsUnlessItHasItsOwn)
     }
 }
 
+// The latest of each, once, after those that the unit brings itself; none of another SPS.
+TEST(Sequence, KeyUnitsGetTheSetsThatTheyLackInOrder)
+{
+    using namespace avctest;
+    const auto slice = [](u32 first_mb_in_slice, u32 idr_pic_id) {
+        return Slice{.nal_unit_type = kIdr, .first_mb_in_slice = first_mb_in_slice, .idr_pic_id = idr_pic_id};
+    };
+    const auto pps = [](u32 id, u32 sps) {
+        return Pps{.pic_parameter_set_id = id, .seq_parameter_set_id = sps};
+    };
+    const ::Bytes latest = avctest::Sps{.pic_width_in_mbs = 5};
+    const Bytes first = Join({avctest::Sps(), avctest::Sps{.seq_parameter_set_id = 1}, pps(0, 0), pps(1, 0),
+                              pps(2, 1), latest, slice(0, 0)});
+    const Bytes second = Join({Delimiter(), pps(0, 0), slice(0, 1), slice(2, 1)});
+    const ::Bytes complete = Join({Delimiter(), latest, pps(0, 0), pps(1, 0), slice(0, 1), slice(2, 1)});
+    for (const bool whole : {false, true}) {
+        AccessUnitReader reader(Codec::h264, {.self_contained = true, .whole_units = whole});
+        EXPECT_EQ(reader.push(first), Status::ok);
+        EXPECT_EQ(reader.push(second), Status::ok);
+        EXPECT_EQ(reader.finish(), Status::ok);
+        EXPECT_EQ(reader.next().value_or(AccessUnit()).inserted, 0u);
+        const auto unit = reader.next();
+        ASSERT_TRUE(unit);
+        EXPECT_TRUE(std::ranges::equal(unit->bytes, complete));
+    }
+}
+
 } // namespace

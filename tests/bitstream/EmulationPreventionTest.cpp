@@ -28,28 +28,6 @@ Bytes Inserted(const Bytes& in)
     return Bytes(out.get(), out.get() + size - 10);
 }
 
-TEST(EmulationPrevention, ByExample)
-{
-    const ParsingHandle handle;
-    const std::pair<Bytes, Bytes> removals[] = {
-        {"65 00 00 03"_bytes, "65 00 00 03"_bytes}, // at the end it stays
-        {"00 00 03 00 00 03 01"_bytes, "00 00 00 00 01"_bytes},
-        {"00 00 03 ff"_bytes, "00 00 ff"_bytes},
-        {"00 00 03 03 00 00 03 00 03 04"_bytes, "00 00 03 00 00 00 03 04"_bytes},
-        {Bytes{}, Bytes{}},
-    };
-    for (const auto& [in, out] : removals)
-        EXPECT_EQ(Removed(handle.Avc(), in), out);
-    const std::pair<Bytes, Bytes> insertions[] = {
-        {"00 00 00 00 00"_bytes, "00 00 03 00 00 03 00"_bytes},
-        {"00 00 03"_bytes, "00 00 03 03"_bytes},
-        {"00 00 04 00 00"_bytes, "00 00 04 00 00"_bytes},
-        {Bytes{}, Bytes{}},
-    };
-    for (const auto& [in, out] : insertions)
-        EXPECT_EQ(Inserted(in), out);
-}
-
 TEST(EmulationPrevention, RemovalInsertionAndRoundTripOnRandomBuffers)
 {
     const ParsingHandle handle;

@@ -33,36 +33,6 @@ std::vector<Unit> Scan(CParserBase& parser, const Bytes& buffer, Status& status)
     }
 }
 
-TEST(NalScan, BuffersAreCutByExample)
-{
-    const struct {
-        Bytes buffer;
-        std::vector<Unit> units;
-        Status status;
-    } rows[] = {
-        {"00 00 01 65 88"_bytes, {{"00 00 01 65 88"_bytes, "65 88"_bytes}}, 0},
-        {"00 00 01 65"_bytes, {}, 0},
-        {Bytes{}, {}, 0},
-        {"11 22 33 44 00 00 02 00 00 05"_bytes, {}, -1},
-        {"ab 00 00 01 09 10 00 00 00 00 01 67 42"_bytes,
-         {{"00 00 01 09 10 00"_bytes, "09 10 00"_bytes}, {"00 00 00 01 67 42"_bytes, "67 42"_bytes}},
-         0},
-        {"00 00 01 00 00 01 06 00 00 03 01 80"_bytes,
-         {{"00 00 01"_bytes, Bytes{}}, {"00 00 01 06 00 00 03 01 80"_bytes, "06 00 00 01 80"_bytes}},
-         0},
-        {"00 00 01 09 10 00 00 01 41"_bytes,
-         {{"00 00 01 09 10 00 00 01 41"_bytes, "09 10 00 00 01 41"_bytes}},
-         0},
-    };
-    const ParsingHandle handle;
-    for (const auto& row : rows) {
-        Status status = 5;
-        const std::vector<Unit> units = Scan(handle.Avc(), row.buffer, status);
-        EXPECT_EQ(units, row.units) << testing::PrintToString(row.buffer);
-        EXPECT_EQ(status, row.status) << testing::PrintToString(row.buffer);
-    }
-}
-
 TEST(NalScan, RandomBuffersAreCutAsByteByByte)
 {
     const ParsingHandle handle;

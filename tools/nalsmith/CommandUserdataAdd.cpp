@@ -89,10 +89,7 @@ public:
     }
 
 private:
-    static bool IsMessage(const nalsmith::NalUnit& nal)
-    {
-        return nal.type() == (nal.codec == nalsmith::Codec::h264 ? 6U : 39U);
-    }
+    static bool IsMessage(const nalsmith::NalUnit& nal) { return nal.is_sei() && !nal.is_suffix_sei(); }
 
     // A slice whose parameter sets have not come is none, but the SEI NAL unit before it is.
     static bool IsPlace(const nalsmith::AccessUnit& unit, const nalsmith::NalUnit& nal)

@@ -53,12 +53,15 @@ TEST(Sequence, IsWhatTheLibraryReportsAlsoWhenDamaged)
     for (const char* const name :
          {"avc_size_change.h264", "avc_headers_once_aud.h264", "avc_hand_escaped_headers.h264",
           "avc_hand_other_nal_types.h264", "avc_hand_starts_in_the_middle.h264", "hevc_aud_headers_once.h265",
-          "hevc_hand_vps_late.h265", "hevc_poc_lsb_4_bits.h265"})
-        for (const NalUnit& nal : NalUnits(codec_of(name), read_file(name))) {
-            ParameterSets sets;
-            if (sets.add(nal) && sets.all()[0].kind == ParameterSetKind::sps)
-                all.emplace_back(nal.codec, sets.all()[0].bytes);
-        }
+          "hevc_hand_vps_late.h265", "hevc_poc_lsb_4_bits.h265"}) {
+        ParameterSets sets;
+        const Bytes file = read_file(name);
+        for (const NalUnit& nal : NalUnits(codec_of(name), file))
+            if (const auto [kind, id, vps] = identify_parameter_set(nal);
+                sets.add(nal) && kind == ParameterSetKind::sps)
+                all.emplace_back(nal.codec, sets.find(kind, id)->bytes);
+    }
+    EXPECT_EQ(all.size(), 12u);
     std::mt19937 random(1); // NOLINT(cert-msc51-cpp)
     for (const auto& [codec, sets] : all) {
         expect_as_the_library_reads(codec, sets);

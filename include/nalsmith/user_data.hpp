@@ -79,6 +79,8 @@ public:
 private:
     bool accept(BytesView& unit)
     {
+        if (!accept_size(unit))
+            return false;
         bool bare = false;
         bool any = false;
         bool after_sei = false;

@@ -94,6 +94,11 @@ TEST(UserData, IsRemovedWhoeverWroteItAndWhereverItStands)
          "00 00 01 4e 01 05 01 09 80 00 00 01 02 01 88 00 00 01 50 01 84 01 07 05 01 09 80 "
          "00 00 00 01 50 01 05 01 09 80 00 00 01 c6 05 01 09 80"_bytes,
          "00 00 01 02 01 88 00 00 01 50 01 84 01 07 80 00 00 01 c6 05 01 09 80"_bytes},
+        // What stays begins or ends with zeros.
+        {Codec::h265, "00 00 01 4e 00 00 03 01 aa 05 01 bb 80 00 00 01 02 01 80"_bytes,
+         "00 00 01 4e 00 00 03 01 aa 80 00 00 01 02 01 80"_bytes},
+        {Codec::h264, "00 00 01 06 04 02 00 00 05 01 09 00 00 01 65 88"_bytes,
+         "00 00 01 06 04 02 00 00 80 00 00 01 65 88"_bytes},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(&c - cases);

@@ -151,4 +151,14 @@ TEST(Sequence, KeyUnitsGetTheSetsThatTheyLackInOrder)
     }
 }
 
+// A 03 at the end is one of the bits, unless a zero comes after it, which is no part of the parameter set.
+TEST(Sequence, IsReadAnewWhereOnlyTheZerosAfterASetAreOthers)
+{
+    const ::Bytes picture = "00 00 01 68 ce 38 80 00 00 01 65 88 84 21"_bytes;
+    const ::Bytes sps = "00 00 01 67 42 00 1e f8 00 00 03"_bytes;
+    const std::vector<Kept> units = read_all(Codec::h264, sps + "00 00"_bytes + picture + sps + picture);
+    ASSERT_EQ(units.size(), 2u);
+    EXPECT_NE(units[0].unit.sequence->width, units[1].unit.sequence->width);
+}
+
 } // namespace

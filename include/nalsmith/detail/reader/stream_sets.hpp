@@ -76,7 +76,10 @@ private:
     {
         const bool base = nal.layer_id() == 0;
         layered_ = layered_ || !base;
-        if (base && !sets_.add(nal, id) && !layered_)
+        // A last 03 counts or not by the zeros after it, which are no part of what is kept.
+        const bool changed = base && sets_.add(nal, id);
+        const BytesView payload = nal.payload();
+        if (!changed && !layered_ && (payload.empty() || payload[payload.size() - 1] != 3))
             return;
         const BitReader reader = bits_of(nal);
         if (nal.codec == Codec::h264)

@@ -23,7 +23,7 @@ public:
         bool gone = false;
         for (const NalUnit& nal : nals) {
             const bool changed = !nal.bare() && !nal.forbidden() && nal.is_sei() && keep_others(nal, which);
-            if (changed && kept_.empty()) {
+            if (changed && kept_.size() == header_size(codec)) {
                 gone = true;
                 continue;
             }
@@ -39,11 +39,14 @@ public:
     }
 
 private:
-    // Collects what stays. False when that is everything.
+    // Collects what stays after the header, which is escaped with it. False when that is everything. What
+    // ends in a zero needs a stop byte, also where there was none: else the zero would come after the NAL
+    // unit.
     template <typename Predicate>
     bool keep_others(const NalUnit& nal, const Predicate& which)
     {
         kept_.clear();
+        append(kept_, nal.payload().subview(0, header_size(nal.codec)));
         SeiWalk walk(nal, rbsp_);
         bool changed = false;
         for (SeiPart part; walk.next(part);) {
@@ -53,15 +56,14 @@ private:
                 append(kept_, part.whole);
         }
         append(kept_, walk.left());
-        if (!kept_.empty() && walk.stopped())
+        if (kept_.size() > header_size(nal.codec) && (walk.stopped() || kept_.back() == 0))
             kept_.push_back(kStopByte);
         return changed;
     }
 
     void write_kept(const NalUnit& nal, Bytes& out) const
     {
-        const std::size_t header = nal.start_code_size + header_size(nal.codec);
-        append(out, nal.bytes.subview(0, header));
+        append(out, nal.bytes.subview(0, nal.start_code_size));
         const std::size_t begin = out.size();
         out.resize(begin + kept_.size() + kept_.size() / 2);
         out.resize(begin + escape(kept_.data(), kept_.size(), out.data() + begin, find_zero_pair));

@@ -214,7 +214,6 @@ TEST(AccessUnitReader, GivesUnitsOutAsSoonAsTheirEndIsKnown)
 TEST(AccessUnitReader, EndsUnitsWhereItIsTold)
 {
     const std::vector<Kept> units = read_all(Codec::h264, read_file("avc_size_change.h264"));
-    const Bytes sets = {units[0].bytes.begin(), units[0].bytes.begin() + 4};
     AccessUnitReader reader(Codec::h264);
     EXPECT_EQ(reader.end_unit(), Status::ok);
     EXPECT_EQ(reader.push(Bytes{0, 0}), Status::ok); // half a start code is nothing to end

@@ -69,27 +69,6 @@ TEST(VideoQueue, SlotsComeBackEmptyWithTheirBuffers)
     EXPECT_EQ(&queue.Next(), &second);
 }
 
-TEST(VideoQueue, CapacitiesGrowToJustWhatIsNeeded)
-{
-    Queue queue(2, 100);
-    VideoQueueInfo& slot = queue.Next();
-    Bytes expected;
-    const std::pair<u32, u32> rows[] = {{0, 100}, {60, 100}, {40, 100},   {50, 150},
-                                        {1, 151}, {1, 152},  {4000, 4152}};
-    for (const auto& [size, capacity] : rows) {
-        const Bytes more(size, static_cast<u8>(size));
-        queue.Store(slot, more);
-        expected = expected + more;
-        EXPECT_EQ(slot.capacity, capacity);
-        EXPECT_EQ(Held(slot), expected);
-    }
-    queue.ResizeBuffer(&slot, 5000);
-    queue.ResizeBuffer(&slot, 10);
-    EXPECT_EQ(slot.capacity, 5000u);
-    slot.buffer[4999] = 1;
-    EXPECT_EQ(Held(slot), expected);
-}
-
 TEST(VideoQueue, AvcParameterSetsGoBehindTheDelimiterOrToTheFront)
 {
     const Bytes sets = kSps + kPps;

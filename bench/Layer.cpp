@@ -141,4 +141,5 @@ void RegisterLayer()
             RegisterLayerRow(row + text.substr(text.find('/')),
                              [&input, run = run](State& state) { run(state, input); });
         }
+    RegisterLayerChecks();
 }

@@ -20,6 +20,9 @@ constexpr std::size_t kPiece = 65536;
 // Large and small access units, whole and in slices of 158 bytes, of both codecs.
 const std::vector<LayerInput>& LayerInputs();
 
+// Rows of their own; called by RegisterLayer().
+void RegisterLayerChecks();
+
 // Runs `round`, which goes through the whole stream once more and tells how many access units came out of it.
 // A reader may hold back the last ones, but only once: the streams follow one another.
 template <typename Round>

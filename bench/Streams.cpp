@@ -11,7 +11,7 @@ Bytes AvcParameterSets()
 {
     const Bytes sps = BitWriter()
                           .u(8, 66)
-                          .u(8, 0)
+                          .u(8, 0x40)
                           .u(8, 40)
                           .ue(0) // profile_idc, constraint flags, level_idc, id
                           .ue(4)
@@ -135,7 +135,7 @@ Bytes HevcSliceHead(u32 picture, u32 slice)
         out.u(9, slice); // slice_segment_address
     out.ue(2);
     if (!idr)
-        out.u(8, picture % 256).u(1, 0).ue(0).ue(0); // and an empty reference picture set
+        out.u(8, picture % 256).u(1, 0).ue(2).ue(0).ue(0).u(1, 1).ue(0).u(1, 1); // refers to the two before
     return Bytes{static_cast<u8>(idr ? 0x26 : 0x02), 0x01} + out.TrailingBits().Take();
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Passes a stream on and tells where it is broken, as a gateway behind a lossy link would: gateway IN OUT.
-// Access units of a broken stream are held back until the next key frame.
+// Passes on what the receiver can decode, and asks the sender for a key picture when it can no longer:
+// gateway IN OUT, as after a lossy link. Parameter sets always go on.
 #include "Files.h"
 
 #include <cstdio>
@@ -11,7 +11,7 @@ namespace {
 class Gateway {
 public:
     Gateway(nalsmith::Codec codec, const char* file)
-        : reader_(codec), checker_(codec), out_(file, std::ios::binary)
+        : codec_(codec), reader_(codec), checker_(codec), out_(file, std::ios::binary)
     {
     }
 
@@ -26,7 +26,7 @@ public:
     {
         failed_ = reader_.finish() != nalsmith::Status::ok || failed_;
         forward();
-        std::printf("%u breaks, %u access units held back\n", breaks_, held_back_);
+        std::printf("%u losses, %u access units held back\n", losses_, held_back_);
         return !failed_ && out_.flush().good();
     }
 
@@ -34,27 +34,36 @@ private:
     void forward()
     {
         while (const auto unit = reader_.next()) {
-            const nalsmith::Verdict verdict = checker_.check(unit->bytes);
-            if (verdict.broken()) {
-                std::printf("packet %llu: %s\n", static_cast<unsigned long long>(unit->tag),
-                            to_string(verdict.finding));
-                ++breaks_;
+            const nalsmith::Verdict verdict = checker_.check(*unit);
+            const auto packet = static_cast<unsigned long long>(unit->tag);
+            if (verdict.broken() || verdict.suspect()) {
+                std::printf("packet %llu: %s\n", packet, to_string(verdict.finding));
+                ++losses_;
             }
-            waiting_ = verdict.broken() || (waiting_ && !unit->key);
-            if (waiting_)
-                ++held_back_;
-            else
-                write(out_, unit->bytes);
+            // Pictures that an entry point skips are no reason to ask.
+            if (forwarding_ && !verdict.decodable && verdict.finding != nalsmith::Finding::skipped)
+                std::printf("packet %llu: asks for a key picture\n", packet);
+            forwarding_ = verdict.decodable || (forwarding_ && verdict.finding == nalsmith::Finding::skipped);
+            verdict.decodable ? write(out_, unit->bytes) : hold_back(unit->bytes);
         }
     }
 
+    void hold_back(nalsmith::BytesView unit)
+    {
+        ++held_back_;
+        for (const nalsmith::NalUnit& nal : nalsmith::NalUnits(codec_, unit))
+            if (nal.is_parameter_set())
+                write(out_, nal.bytes);
+    }
+
+    nalsmith::Codec codec_;
     nalsmith::AccessUnitReader reader_;
     nalsmith::ContinuityChecker checker_;
     std::ofstream out_;
-    bool waiting_ = false;
+    bool forwarding_ = true;
     bool failed_ = false;
     std::uint64_t packets_ = 0;
-    unsigned breaks_ = 0;
+    unsigned losses_ = 0;
     unsigned held_back_ = 0;
 };
 

@@ -73,14 +73,23 @@ bool has_profile_135(BytesView stream)
     return false;
 }
 
-void use(Codec codec, BytesView unit, ContinuityChecker& checker, UserDataEditor& editor)
+// The library leaves out zeros after a NAL unit. Of one of zeros alone a bare start code stays, where its
+// walk ends.
+bool has_unit_of_zeros(Codec codec, BytesView bytes)
 {
-    checker.check(unit);
+    for (const NalUnit& nal : NalUnits(codec, bytes))
+        if (!nal.bare() && nal.payload().empty())
+            return true;
+    return false;
+}
+
+void use(Codec codec, BytesView unit, UserDataEditor& editor)
+{
     static_cast<void>(sei_messages(codec, unit));
     const BytesView data = unit.subview(0, 40);
     if (const auto added = editor.add(unit, data)) {
         const auto again = editor.add(*added, data);
-        require(again.has_value() && editor.get(*again).has_value());
+        require(again ? editor.get(*again).has_value() : has_unit_of_zeros(codec, unit));
     }
     if (const auto removed = editor.remove(unit)) {
         const Bytes once = removed->to_bytes();
@@ -155,14 +164,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(all.size() == stream.size() - start);
     require(all.empty() || std::memcmp(all.data(), stream.data() + start, all.size()) == 0);
 
-    ContinuityChecker checker(codec);
+    ContinuityChecker of_bytes(codec), of_units(codec);
     UserDataEditor editor(codec);
     AccessUnitReader whole(codec, {.self_contained = true, .whole_units = true});
     for (const Unit& unit : units) {
         const BytesView bytes = BytesView(stream).subview(unit.begin, unit.end - unit.begin);
-        use(codec, bytes, checker, editor);
+        use(codec, bytes, editor);
         const auto back = whole.read(bytes);
         require(back && back->key == unit.key && back->has_picture == unit.picture);
+        const Verdict verdict = of_bytes.check(back->bytes), same = of_units.check(*back);
+        require(verdict.finding == same.finding && verdict.decodable == same.decodable);
     }
     peak = held;
     const std::size_t before = held;

@@ -66,6 +66,20 @@ def layer_tables(ordered):
         table(found[0][0] if found else [], [cells for _, cells in found])
 
 
+def check_table(ordered):
+    """What a check takes beside the walk that it cannot do without, in ns an access unit and a slice."""
+    lines = []
+    for row, sides in ordered:
+        if not row.startswith("check/"):
+            continue
+        scan, of_bytes, of_unit = (sides[side][2] for side in ("scan", "bytes", "unit"))
+        slices = int(row.rsplit("/", 1)[1])
+        lines.append([row, f"{scan:.0f}", f"{of_bytes:.0f}", f"{of_bytes / scan:.2f}",
+                      f"{(of_bytes - scan - 100) / slices:.0f}", f"{of_unit:.0f}", f"{of_unit / slices:.0f}"])
+    table(["row", "scan, ns", "check(BytesView), ns", "against the scan", "beyond it and 100, a slice",
+           "check(AccessUnit), ns", "a slice"], lines)
+
+
 def main():
     ordered = summaries(sys.argv[1], statistics.median, statistics.median)
     # Whatever else a machine does only adds time, and these rows are too short for it to even out.
@@ -75,6 +89,7 @@ def main():
         table(header, [beside(row, sides, other) for row, sides in ordered
                        if "library" in sides and other[0] in sides])
     layer_tables(fastest)
+    check_table(fastest)
     rest, growing = [], []
     for row, sides in fastest:
         for side, values in sorted(sides.items(), key=lambda item: natural(item[0])):
@@ -84,7 +99,7 @@ def main():
             if size:
                 growing.append([row, side, f"{rate:.3g}", f"{time / half[0]:.2f}" if half else "",
                                 f"{peak:.2f}" if peak else ""])
-            elif "library" not in sides:
+            elif "library" not in sides and not row.startswith("check/"):
                 rest.append([row, side, f"{rate:.3g}", f"{ns:.0f} ns" if ns else ""])
     table(["row", "", "GB/s", "a unit"], rest)
     table(["row", "size", "GB/s", "time against half the size", "bytes of memory a byte"], growing)

@@ -9,6 +9,33 @@
 namespace nalsmith {
 inline namespace v1 {
 
+/// A NAL unit that carries a slice header: its place in AccessUnit::bytes.
+struct SlicePlace {
+    std::size_t begin = 0; ///< its start code
+    std::size_t end = 0;   ///< the start code after it, or the end of the access unit
+};
+
+/// The places of an access unit's slices, in order, for a range-based `for`.
+class SlicePlaces {
+public:
+    SlicePlaces() noexcept = default;
+    /// Of `places`, which have to stay as they are.
+    explicit SlicePlaces(const std::vector<SlicePlace>& places) noexcept
+        : first_(places.data()), size_(places.size())
+    {
+    }
+
+    const SlicePlace* begin() const noexcept { return first_; }                        ///< the first
+    const SlicePlace* end() const noexcept { return first_ + size_; }                  ///< past the last
+    std::size_t size() const noexcept { return size_; }                                ///< how many there are
+    bool empty() const noexcept { return size_ == 0; }                                 ///< none
+    const SlicePlace& operator[](std::size_t at) const noexcept { return first_[at]; } ///< not checked
+
+private:
+    const SlicePlace* first_ = nullptr;
+    std::size_t size_ = 0;
+};
+
 /// One access unit of a stream, or slices that cannot be read.
 ///
 /// Slices whose parameter sets have not come, with the NAL units that open their access unit, are access
@@ -20,6 +47,9 @@ struct AccessUnit {
     /// parameter sets put in. Valid until the next call of a member of the reader that is not const; with
     /// ReaderOptions::whole_units, where nothing was put in, they are the caller's own and valid as long.
     BytesView bytes;
+    /// Where its slices are, those that cannot be read too. Valid until the next call of a member of the
+    /// reader that is not const.
+    SlicePlaces slices;
     /// It holds a slice of a key picture: H.264 IDR, H.265 BLA, IDR or CRA.
     bool key = false;
     /// It holds a slice whose parameter sets are known.

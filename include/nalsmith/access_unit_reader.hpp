@@ -197,14 +197,14 @@ private:
     {
         if (!cutter_.advance())
             return std::nullopt;
-        const detail::Draft unit = cutter_.take();
+        const detail::Draft unit = cutter_.take(slices_);
         return describe(unit, cutter_.view(unit.begin, unit.end));
     }
 
     std::optional<AccessUnit> next_whole()
     {
         BytesView bytes;
-        const std::optional<detail::Draft> unit = whole_units_.next(bytes);
+        const std::optional<detail::Draft> unit = whole_units_.next(bytes, slices_);
         return unit ? std::optional<AccessUnit>(describe(*unit, bytes)) : std::nullopt;
     }
 
@@ -216,6 +216,7 @@ private:
         std::swap(options_, other.options_);
         std::swap(cutter_, other.cutter_);
         std::swap(whole_units_, other.whole_units_);
+        std::swap(slices_, other.slices_);
         std::swap(assembled_, other.assembled_);
         std::swap(next_assembled_, other.next_assembled_);
         std::swap(failure_, other.failure_);
@@ -226,9 +227,10 @@ private:
     ReaderOptions options_;
     detail::UnitCutter cutter_;
     detail::WholeUnits whole_units_;
-    Bytes assembled_;             // the access unit handed out, when sets were put in
-    Bytes next_assembled_;        // the next one, while the last may be read
-    Status failure_ = Status::ok; // what the stream goes on with until finish()
+    std::vector<SlicePlace> slices_; // of the access unit handed out
+    Bytes assembled_;                // the access unit handed out, when sets were put in
+    Bytes next_assembled_;           // the next one, while the last may be read
+    Status failure_ = Status::ok;    // what the stream goes on with until finish()
     Status last_ = Status::ok;
 };
 
@@ -244,16 +246,26 @@ inline AccessUnit AccessUnitReader::describe(const detail::Draft& unit, BytesVie
     described.picture_type = unit.picture_type;
     described.position = unit.position;
     described.tag = unit.tag;
+    described.slices = SlicePlaces(slices_);
     if (unit.insertions.empty())
         return described;
     next_assembled_.clear();
     std::size_t copied = 0;
+    auto slice = slices_.begin();
+    const auto move_slices = [&](std::size_t until) { // those before it, by what has been put in
+        for (; slice != slices_.end() && slice->begin < until; ++slice) {
+            slice->begin += next_assembled_.size() - copied;
+            slice->end += next_assembled_.size() - copied;
+        }
+    };
     for (const detail::Insertion& insertion : unit.insertions) {
         const auto at = static_cast<std::size_t>(insertion.at - unit.begin);
+        move_slices(at);
         append(next_assembled_, bytes.subview(copied, at - copied));
         append(next_assembled_, insertion.bytes);
         copied = at;
     }
+    move_slices(bytes.size());
     append(next_assembled_, bytes.subview(copied));
     std::swap(assembled_, next_assembled_);
     described.inserted = assembled_.size() - bytes.size();

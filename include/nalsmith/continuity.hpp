@@ -4,11 +4,10 @@
 #ifndef NALSMITH_CONTINUITY_HPP
 #define NALSMITH_CONTINUITY_HPP
 
-#include "nalsmith/detail/avc/continuity.hpp"
-#include "nalsmith/detail/by_id.hpp"
-#include "nalsmith/detail/hevc/continuity.hpp"
-#include "nalsmith/detail/payload.hpp"
-#include "nalsmith/finding.hpp"
+#include "nalsmith/access_unit.hpp"
+#include "nalsmith/detail/avc/checker.hpp"
+#include "nalsmith/detail/hevc/checker.hpp"
+#include "nalsmith/detail/sei/find.hpp"
 #include "nalsmith/handles.hpp"
 
 namespace nalsmith {
@@ -16,13 +15,21 @@ inline namespace v1 {
 
 /// The verdict on one access unit.
 struct Verdict {
-    /// The worst of its pictures, when it holds two fields.
+    /// The worst of its pictures.
     Finding finding = Finding::none;
+    /// All that its pictures refer to, and what that refers to, has come whole since a point at which
+    /// decoding may start. Of an access unit without pictures: as of the picture before it.
+    ///
+    /// H.265: exactly, by the reference picture sets (8.3.2). H.264: not from a loss on, until an IDR picture
+    /// or a recovery point is reached; see ContinuityChecker.
+    bool decodable = false;
     /// The library's own verdict, by its rule: VideoSampleTest().
     VideoInfoEx library = {};
 
     /// Something is missing that the access unit needs, or cannot be read.
-    bool broken() const noexcept { return finding >= Finding::missing_reference; }
+    bool broken() const noexcept { return is_broken(finding); }
+    /// Something may be missing: encoders with fixed slices leave none out.
+    bool suspect() const noexcept { return finding == Finding::unusual_slices; }
 };
 
 /// Judges the access units of a stream, in decoding order.
@@ -34,6 +41,22 @@ struct Verdict {
 /// IDR picture. Pictures to which no other refers may be missing. Where an H.264 stream allows gaps in
 /// frame_num, as streams with temporal layers do, nothing in the headers tells a layer taken out from a loss:
 /// then there is Finding::allowed_gap and no break.
+///
+/// Slices are missing (Finding::missing_slice) where the first of a picture is, where places do not grow, and
+/// where a picture must have begun between two. Where an H.264 stream may send slices in any order (Baseline
+/// without `constraint_set1_flag`, Extended, slice groups), the first and the growth are not judged. A slice
+/// that comes twice is no loss, as far as its size, its first and its last 32 bytes tell. A lost slice in the
+/// middle or at the end shows in no header: Finding::unusual_slices goes by the 16 pictures before.
+///
+/// H.264 pictures are decodable again from an IDR picture on; or from the recovery point of an SEI message
+/// with `exact_match_flag` 1 and `broken_link_flag` 0 (D.2.8) on, when their picture order count (8.2.1) is
+/// not below that of the picture there.
+///
+/// Where a picture spreads over several access units, as colour planes and slices in any order do, what is
+/// missing of it is found at the first access unit of the next one.
+///
+/// Parameter sets are those of the base layer. Where the standard library's containers find no memory, their
+/// exception passes through; reset() then.
 class ContinuityChecker {
 public:
     /// For one stream. Without memory for the library's handle, Verdict::library stays all zero.
@@ -42,95 +65,79 @@ public:
     /// Judges the next access unit. It may hold both fields of a frame.
     Verdict check(BytesView unit)
     {
-        Verdict verdict;
-        if (library_ && detail::fits_library(unit.size()))
-            VideoSampleTest(library_.get(), unit.data(), detail::library_size(unit.size()), &verdict.library);
-        for (const NalUnit& nal : NalUnits(codec_, unit)) {
-            if (nal.bare() || nal.forbidden() || nal.layer_id() != 0)
-                continue;
-            if (nal.is_slice())
-                note(verdict, codec_ == Codec::h264 ? judge_avc(nal) : judge_hevc(nal));
-            else
-                read_other(nal);
+        walk(unit);
+        return end_unit(unit);
+    }
+
+    /// The same of one that AccessUnitReader has just given, without searching its slices again.
+    Verdict check(const AccessUnit& unit)
+    {
+        std::size_t walked = 0;
+        for (const SlicePlace& slice : unit.slices) {
+            walk(unit.bytes.subview(walked, slice.begin - walked));
+            const BytesView bytes = unit.bytes.subview(slice.begin, slice.end - slice.begin);
+            take({codec_, bytes, detail::start_code_size_at(bytes.data())});
+            walked = slice.end;
         }
-        return verdict;
+        walk(unit.bytes.subview(walked));
+        return end_unit(unit.bytes);
     }
 
     /// Parameter sets from outside the stream, as a byte stream.
     void add_parameter_sets(BytesView sets) { check(sets); }
 
+    /// The next access unit comes from another place of the stream. Parameter sets stay.
+    void reset()
+    {
+        avc_.reset();
+        hevc_.reset();
+    }
+
 private:
-    static void note(Verdict& verdict, Finding finding) noexcept
+    void walk(BytesView bytes)
     {
-        if (finding > verdict.finding)
-            verdict.finding = finding;
+        for (const NalUnit& nal : NalUnits(codec_, bytes))
+            take(nal);
     }
 
-    Finding judge_avc(const NalUnit& nal)
+    void take(const NalUnit& nal)
     {
-        detail::BitReader reader = detail::bits_of(nal);
-        detail::AvcPicture picture;
-        picture.IdrPicFlag = detail::is_avc_idr(nal.type());
-        picture.nal_ref_idc = static_cast<std::uint8_t>(nal.ref_idc());
-        detail::read_avc_slice_begin(reader, picture);
-        const auto* const pps = avc_pps_.find(picture.pic_parameter_set_id);
-        const auto* const sps = pps == nullptr ? nullptr : avc_sps_.find(pps->seq_parameter_set_id);
-        if (sps == nullptr)
-            return Finding::unknown_parameters;
-        detail::read_avc_picture(reader, *sps, *pps, picture);
-        return avc_.judge(picture);
-    }
-
-    Finding judge_hevc(const NalUnit& nal)
-    {
-        detail::BitReader reader = detail::bits_of(nal);
-        if (!reader.flag())
-            return Finding::none; // not the first slice segment of its picture
-        detail::HevcPicture picture;
-        picture.type = nal.type();
-        picture.temporal_id = nal.temporal_id();
-        if (picture.irap())
-            reader.flag(); // no_output_of_prior_pics_flag
-        const auto* const pps = hevc_pps_.find(reader.ue());
-        const auto* const references =
-            pps == nullptr ? nullptr : hevc_sps_.find(pps->pps_seq_parameter_set_id);
-        if (references == nullptr)
-            return Finding::unknown_parameters;
-        return detail::read_hevc_slice(reader, *references, *pps, picture) ? hevc_.judge(picture)
-                                                                           : Finding::unreadable;
-    }
-
-    void read_other(const NalUnit& nal)
-    {
-        const detail::BitReader reader = detail::bits_of(nal);
-        const unsigned type = nal.type();
-        if (codec_ == Codec::h264) {
-            if (type == 7) {
-                const detail::AvcSps sps = detail::read_avc_sps(reader);
-                avc_sps_.keep(sps.seq_parameter_set_id, sps);
-            } else if (type == 8) {
-                const detail::AvcPps pps = detail::read_avc_pps(reader);
-                avc_pps_.keep(pps.pic_parameter_set_id, pps);
-            }
-        } else if (type == 33) {
-            if (auto references = detail::read_hevc_references(reader))
-                hevc_sps_.keep(references->sps_seq_parameter_set_id, std::move(*references));
-        } else if (type == 34) {
-            const detail::HevcPps pps = detail::read_hevc_pps(reader);
-            hevc_pps_.keep(pps.pps_pic_parameter_set_id, pps);
-        } else if (nal.ends_sequence()) {
+        if (nal.bare() || nal.forbidden() || nal.layer_id() != 0)
+            return;
+        const bool avc = codec_ == Codec::h264;
+        if (nal.is_slice())
+            avc ? avc_.take_slice(nal) : hevc_.take_slice(nal);
+        else if (nal.is_parameter_set())
+            avc ? avc_.take_parameter_set(nal) : hevc_.take_parameter_set(nal);
+        else if (nal.is_delimiter())
+            avc ? avc_.take_delimiter() : hevc_.take_delimiter();
+        else if (avc && nal.is_sei())
+            take_recovery_point(nal);
+        else if (!avc && nal.ends_sequence())
             hevc_.end_sequence();
-        }
+    }
+
+    void take_recovery_point(const NalUnit& sei) noexcept
+    {
+        if (const auto payload = detail::find_sei_payload(sei, detail::kSeiRecoveryPoint))
+            avc_.take_recovery_point(detail::read_avc_recovery_point(*payload));
+    }
+
+    Verdict end_unit(BytesView unit)
+    {
+        const auto answer = codec_ == Codec::h264 ? avc_.end_unit() : hevc_.end_unit();
+        Verdict verdict;
+        verdict.finding = answer.finding;
+        verdict.decodable = answer.decodable;
+        if (library_ && detail::fits_library(unit.size()))
+            VideoSampleTest(library_.get(), unit.data(), detail::library_size(unit.size()), &verdict.library);
+        return verdict;
     }
 
     Codec codec_;
     ParsingHandle library_;
-    detail::ById<detail::AvcSps, 32> avc_sps_;
-    detail::ById<detail::AvcPps, 256> avc_pps_;
-    detail::ById<detail::HevcReferences, 32> hevc_sps_;
-    detail::ById<detail::HevcPps, 256> hevc_pps_;
-    detail::AvcContinuity avc_;
-    detail::HevcContinuity hevc_;
+    detail::AvcChecker avc_;
+    detail::HevcChecker hevc_;
 };
 
 } // namespace v1

@@ -34,13 +34,14 @@ def main():
     assert run("metadata", "show", out).split("\n")[:24] == [f"frame {i}" for i in range(24)]
     assert set(run("metadata", "show", once).split()) == {"-"}
 
-    assert "0 breaks, 0 access units held back" in run("gateway", once, out)
+    assert "0 losses, 0 access units held back" in run("gateway", once, out)
     assert out.read_bytes() == once.read_bytes()
     broken = folder / "broken.h265"
     broken.write_bytes(lose(once.read_bytes(), 3000, 1316))
     report = run("gateway", broken, out)
-    assert "missing" in report and "\n0 breaks" not in report
+    assert "asks for a key picture" in report and "\n0 losses" not in report
     assert out.stat().st_size < broken.stat().st_size
+    assert "0 losses, 0 access units held back" in run("gateway", out, folder / "again.h265")
 
     parts = run("splitter", once, folder / "part").splitlines()
     assert len(parts) == 3 and all(part.endswith("128x96") for part in parts)

@@ -135,13 +135,19 @@ private:
 struct Pps {
     u32 pic_parameter_set_id = 0, seq_parameter_set_id = 0, entropy_coding_mode_flag = 0;
     u32 bottom_field_pic_order_in_frame_present_flag = 0;
+    BitWriter slice_groups = BitWriter().ue(0); // num_slice_groups_minus1 and what follows of them
+    u32 num_ref_idx_default_active_minus1[2] = {0, 0}, weighted_pred_flag = 0, weighted_bipred_idc = 0;
+    u32 redundant_pic_cnt_present_flag = 0;
 
     operator Bytes() const
     {
         BitWriter out;
         out.ue(pic_parameter_set_id).ue(seq_parameter_set_id).u(1, entropy_coding_mode_flag);
         out.u(1, bottom_field_pic_order_in_frame_present_flag);
-        out.ues({0, 0, 0}).u(3, 0).ues({0, 0, 0}).u(3, 0); // one slice group; no prediction weights
+        out.Append(slice_groups);
+        out.ues({num_ref_idx_default_active_minus1[0], num_ref_idx_default_active_minus1[1]});
+        out.u(1, weighted_pred_flag).u(2, weighted_bipred_idc).ues({0, 0, 0}).u(2, 0);
+        out.u(1, redundant_pic_cnt_present_flag);
         return Nal(8, out.TrailingBits().Take(), 3);
     }
 };
@@ -157,6 +163,7 @@ struct Slice {
     u32 field_pic_flag = 0, bottom_field_flag = 0;
     u32 idr_pic_id = 0, pic_order_cnt_lsb = 0;
     i32 delta_pic_order_cnt_bottom = 0, delta_pic_order_cnt[2] = {0, 0};
+    BitWriter references = {};     // from redundant_pic_cnt to dec_ref_pic_marking()
     Bytes data = "aa bb cc"_bytes; // stands for the rest
     u32 startCodeSize = 4;
 
@@ -179,6 +186,7 @@ struct Slice {
             if (bottom)
                 out.se(delta_pic_order_cnt[1]);
         }
+        out.Append(references);
         out.ue(1); // what follows in the header does not read as 0
         return Nal(nal_unit_type, out.TrailingBits().Take() + data, nal_ref_idc, startCodeSize);
     }

@@ -30,6 +30,13 @@ public:
     }
     BitWriter& se(i64 value) { return ue(static_cast<u64>(value > 0 ? 2 * value - 1 : -2 * value)); }
 
+    BitWriter& Append(const BitWriter& other)
+    {
+        bits_.insert(bits_.end(), other.bits_.begin(), other.bits_.end());
+        return *this;
+    }
+    std::size_t Count() const { return bits_.size(); }
+
     BitWriter& TrailingBits() { return u(1, 1); } // rbsp_trailing_bits(), with Take()
 
     // A flag, and the element when it is there.

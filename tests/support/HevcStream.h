@@ -4,6 +4,7 @@
 
 #include "AvcStream.h"
 
+#include <bit>
 #include <string>
 
 namespace hevctest {
@@ -106,6 +107,8 @@ struct Sps {
     std::optional<u32> scaling_list_pred_mode_flags = {}; // of the 20 lists, the first one's in bit 0
     u32 pcm_enabled_flag = 0;
     std::vector<ShortTermSet> st_ref_pic_sets = {};
+    std::size_t written = 0; // others, in place of these
+    BitWriter written_sets = {};
     std::optional<std::vector<u32>> lt_ref_pic_poc_lsb_sps = {};
     std::optional<Vui> vui = {};
 
@@ -114,7 +117,7 @@ struct Sps {
     Bytes Payload() const
     {
         BitWriter out = Head();
-        out.ue(st_ref_pic_sets.size());
+        out.ue(written + st_ref_pic_sets.size()).Append(written_sets);
         for (const ShortTermSet& set : st_ref_pic_sets)
             WriteShortTermSet(out, set, &set == st_ref_pic_sets.data());
         out.Optional(lt_ref_pic_poc_lsb_sps, [&](const std::vector<u32>& lsbs) {
@@ -188,13 +191,16 @@ struct Pps {
     u32 pps_pic_parameter_set_id = 0, pps_seq_parameter_set_id = 0;
     u32 dependent_slice_segments_enabled_flag = 0, output_flag_present_flag = 0;
     u32 num_extra_slice_header_bits = 0;
+    BitWriter tiles = {}; // from num_tile_columns_minus1 on; none: no tiles
 
     operator Bytes() const
     {
         BitWriter out;
         out.ue(pps_pic_parameter_set_id).ue(pps_seq_parameter_set_id);
         out.u(1, dependent_slice_segments_enabled_flag).u(1, output_flag_present_flag);
-        return Nal(34, out.u(3, num_extra_slice_header_bits).u(8, 0xE3).TrailingBits().Take(), 0, 3);
+        out.u(3, num_extra_slice_header_bits).u(2, 3).ues({2, 1}).se(-3).u(3, 5).ue(1).se(2).se(-1).u(4, 0);
+        out.u(1, tiles.Count() != 0 ? 1 : 0).u(1, 0).Append(tiles);
+        return Nal(34, out.TrailingBits().Take(), 0, 3);
     }
 };
 
@@ -210,7 +216,9 @@ struct Slice {
     Sps sps = {};
     Pps pps = {};
     u32 nal_unit_type = kTrailR, nuh_layer_id = 0, nuh_temporal_id_plus1 = 1;
-    u32 first_slice_segment_in_pic_flag = 1, slice_type = 1, slice_pic_order_cnt_lsb = 0;
+    u32 first_slice_segment_in_pic_flag = 1, dependent_slice_segment_flag = 0, slice_segment_address = 9;
+    u32 slice_type = 1, slice_pic_order_cnt_lsb = 0;
+    BitWriter references = {};     // the sets of reference pictures
     Bytes data = "aa bb cc"_bytes; // stands for the rest
 
     operator Bytes() const { return NalUnitOf(Content(), 4); }
@@ -223,13 +231,31 @@ struct Slice {
         out.u(nal_unit_type >= 16 ? 1 : 0, 1); // no_output_of_prior_pics_flag
         out.ue(pps.pps_pic_parameter_set_id);
         if (first_slice_segment_in_pic_flag == 0)
-            out.u(pps.dependent_slice_segments_enabled_flag, 0).u(5, 9); // slice_segment_address
+            WriteAddress(out);
+        if (dependent_slice_segment_flag == 0)
+            WriteIndependent(out);
+        const Bytes header = NalHeader(nal_unit_type, nuh_layer_id, nuh_temporal_id_plus1);
+        return header + out.TrailingBits().Take() + data;
+    }
+
+private:
+    void WriteAddress(BitWriter& out) const
+    {
+        const u32 log2 =
+            sps.log2_min_luma_coding_block_size_minus3 + 3 + sps.log2_diff_max_min_luma_coding_block_size;
+        const auto ctbs = [&](u32 samples) { return (samples + (1U << log2) - 1) >> log2; };
+        const u32 size = ctbs(sps.pic_width_in_luma_samples) * ctbs(sps.pic_height_in_luma_samples);
+        out.u(pps.dependent_slice_segments_enabled_flag, dependent_slice_segment_flag);
+        out.u(static_cast<u32>(std::bit_width(size - 1)), slice_segment_address);
+    }
+
+    void WriteIndependent(BitWriter& out) const
+    {
         out.u(pps.num_extra_slice_header_bits, 0x55).ue(slice_type);
         out.u(pps.output_flag_present_flag, 1).u(2 * sps.separate_colour_plane_flag, 2);
         if (nal_unit_type != 19 && nal_unit_type != 20)
             out.u(sps.log2_max_pic_order_cnt_lsb_minus4 + 4, slice_pic_order_cnt_lsb);
-        const Bytes header = NalHeader(nal_unit_type, nuh_layer_id, nuh_temporal_id_plus1);
-        return header + out.TrailingBits().Take() + data;
+        out.Append(references);
     }
 };
 

@@ -36,8 +36,10 @@ const char* KeyOf(Finding finding)
     case Finding::continuous: return "continuous";
     case Finding::skipped: return "skipped";
     case Finding::allowed_gap: return "allowed_gap";
+    case Finding::unusual_slices: return "unusual_slices";
     case Finding::missing_reference: return "missing_reference";
     case Finding::missing_field: return "missing_field";
+    case Finding::missing_slice: return "missing_slice";
     case Finding::no_start: return "no_start";
     case Finding::unknown_parameters: return "unknown_parameters";
     case Finding::unreadable: return "unreadable";
@@ -186,7 +188,7 @@ ExitStatus CheckContinuity(const CheckOptions& options)
         output::Heading(fmt::format("{:>8}  {:<5}  {:<5}  {:<5}  {:<7}  {}", "index", "break", "kind",
                                     "intra", "picture", "finding"));
     while (const nalsmith::AccessUnit* unit = reader.Next()) {
-        const nalsmith::Verdict verdict = checker.check(unit->bytes);
+        const nalsmith::Verdict verdict = checker.check(*unit);
         const VideoInfoEx library = rule.Judge(reader, *unit);
         if (!reader.Index() && !reader.Refused())
             continue;
@@ -210,9 +212,10 @@ Command MakeCheckCommand(CLI::App& program)
     CLI::App* parser = program.add_subcommand("check", "Find breaks in a stream");
     parser->footer(
         "A break is where a picture is missing that others need: in H.264 as frame_num, the fields and the\n"
-        "picture order count tell, in H.265 as the reference picture sets tell. Reordered pictures and\n"
-        "temporal layers are none; an access unit whose parameter sets are unknown is one. With --json the\n"
-        "summary goes to the standard error output. Exit status 1 when a break was found.\n"
+        "picture order count tell, in H.265 as the reference picture sets tell; or where headers tell that a\n"
+        "slice is missing. Reordered pictures and temporal layers are none; an access unit whose parameter\n"
+        "sets are unknown is one. With --json the summary goes to the standard error output. Exit status 1\n"
+        "when a break was found.\n"
         "--library-rule: in H.264 frame_num alone has to go on (not where the stream allows gaps); in H.265\n"
         "the picture order count has to be one more than that of the previous picture of the lowest "
         "temporal\n"

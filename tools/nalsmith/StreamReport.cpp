@@ -45,7 +45,7 @@ bool Same(const nalsmith::SequenceParameters& a, const nalsmith::SequenceParamet
 void StreamReport::Add(const nalsmith::AccessUnit& unit, bool counts)
 {
     const std::uint64_t index = units_.size();
-    const nalsmith::Verdict verdict = checker_.check(unit.bytes);
+    const nalsmith::Verdict verdict = checker_.check(unit);
     if (verdict.broken())
         breaks_.push_back({index, verdict.finding});
     for (const nalsmith::NalUnit& nal : nalsmith::NalUnits(codec_, unit.bytes)) {

@@ -2,7 +2,8 @@
 // The bits of a NAL unit without the bytes that keep start codes out of it (H.264 7.4.1, H.265 7.4.2):
 // fixed-length fields and Exp-Golomb codes (H.264 9.1, H.265 9.2).
 //
-// Past the end of the data every bit is 0, as in the library, and no loop runs on there.
+// Past the end of the data every bit is 0, as in the library, and no loop runs on there. Who has to know asks
+// past_end().
 #ifndef NALSMITH_DETAIL_BITS_HPP
 #define NALSMITH_DETAIL_BITS_HPP
 
@@ -11,6 +12,14 @@
 namespace nalsmith {
 inline namespace v1 {
 namespace detail {
+
+constexpr std::uint32_t bits_for(std::uint64_t count) noexcept // Ceil(Log2(count))
+{
+    std::uint32_t bits = 0;
+    while ((std::uint64_t{1} << bits) < count)
+        ++bits;
+    return bits;
+}
 
 class BitReader {
 public:
@@ -21,6 +30,8 @@ public:
     }
 
     bool exhausted() const noexcept { return bits_ == 0 && next_ == end_; }
+    // More has been asked for than there is.
+    bool past_end() const noexcept { return past_end_; }
 
     // Of more than 32 bits, as only damaged parameter sets ask for, the last 32.
     std::uint32_t bits(std::uint32_t count) noexcept
@@ -32,7 +43,11 @@ public:
         if (bits_ < count)
             refill();
         const auto value = static_cast<std::uint32_t>(cache_ >> 1 >> (63 - count));
-        consume(count < bits_ ? count : bits_);
+        if (bits_ < count) {
+            past_end_ = true;
+            count = bits_;
+        }
+        consume(count);
         return value;
     }
 
@@ -62,8 +77,10 @@ public:
     {
         while (count > 0) {
             refill();
-            if (bits_ == 0)
+            if (bits_ == 0) {
+                past_end_ = true;
                 return;
+            }
             const std::uint32_t step = count < bits_ ? static_cast<std::uint32_t>(count) : bits_;
             consume(step);
             count -= step;
@@ -73,6 +90,7 @@ public:
     {
         for (; count > 0 && !exhausted(); --count)
             ue();
+        past_end_ = past_end_ || count > 0;
     }
 
 private:
@@ -137,8 +155,12 @@ private:
     std::uint32_t long_ue() noexcept
     {
         std::uint32_t zeros = 0;
-        while (zeros < kMostLeadingZeros && !exhausted() && !flag())
-            ++zeros;
+        bool stopped = false;
+        while (zeros < kMostLeadingZeros && !stopped && !exhausted()) {
+            stopped = flag();
+            zeros += stopped ? 0 : 1;
+        }
+        past_end_ = past_end_ || (!stopped && zeros < kMostLeadingZeros);
         return (zeros < 32 ? std::uint32_t{1} << zeros : 0U) - 1U + bits(zeros);
     }
 
@@ -147,6 +169,7 @@ private:
     std::uint64_t cache_ = 0; // the next bits, from the highest on; zero past the end of the data
     std::uint32_t bits_ = 0;  // how many of them count
     std::uint32_t zeros_;     // zero bytes just taken
+    bool past_end_ = false;
 };
 
 } // namespace detail

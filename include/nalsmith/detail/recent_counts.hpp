@@ -14,11 +14,14 @@ namespace detail {
 class RecentCounts {
 public:
     // False when it is already there.
-    bool add(std::int64_t count) noexcept
+    bool add(std::int64_t number) noexcept
     {
-        for (std::size_t i = 0; i < size_; ++i)
-            if (counts_[i] == count)
-                return false;
+        const auto count = static_cast<std::uint32_t>(number); // none so far apart are kept
+        bool known = false;
+        for (std::size_t i = 0; i < size_; ++i) // to the end, which is faster than to ask each time
+            known |= counts_[i] == count;
+        if (known)
+            return false;
         counts_[next_] = count;
         next_ = (next_ + 1) % counts_.size();
         size_ += size_ < counts_.size() ? 1U : 0U;
@@ -27,7 +30,7 @@ public:
     void clear() noexcept { size_ = next_ = 0; }
 
 private:
-    std::array<std::int64_t, 64> counts_ = {};
+    std::array<std::uint32_t, 64> counts_ = {};
     std::size_t size_ = 0;
     std::size_t next_ = 0;
 };

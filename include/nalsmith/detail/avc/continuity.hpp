@@ -17,81 +17,71 @@ namespace detail {
 
 class AvcContinuity {
 public:
-    Finding judge(const AvcPicture& picture)
+    // The next picture, with its picture order count. `may_start`: a decoder may, by what comes with it.
+    Finding judge(const AvcPicture& picture, std::int64_t count, bool may_start)
     {
-        if (picture.redundant || (last_ && last_->same_picture(picture)))
-            return Finding::none; // more of the picture before
         const bool second = is_second_field(picture);
-        Finding finding = picture.IdrPicFlag || second ? Finding::continuous : follow(picture);
-        if (picture.IdrPicFlag)
-            counts_.clear();
-        if (!note_count(picture) && finding == Finding::continuous)
+        Finding finding = second ? Finding::continuous : follow(picture, may_start);
+        if (!note_count(picture, count) && finding == Finding::continuous)
             finding = Finding::missing_reference;
         remember(picture, second);
         return finding;
     }
 
+    // The frame_num of the last picture, counted on where it begins again. Without meaning across a break.
+    std::uint64_t position() const noexcept { return position_; }
+
 private:
+    // Some encoders make both fields IDR pictures.
     bool is_second_field(const AvcPicture& picture) const noexcept
     {
-        return half_ && picture.field_pic_flag && !picture.IdrPicFlag &&
-               picture.bottom_field_flag != last_->bottom_field_flag &&
-               (picture.frame_num == last_->frame_num || (last_->resets_numbering && picture.frame_num == 0));
+        if (!half_ || !picture.field_pic_flag || picture.bottom_field_flag == last_->bottom_field_flag)
+            return false;
+        if (picture.IdrPicFlag)
+            return last_->IdrPicFlag && picture.idr_pic_id == last_->idr_pic_id;
+        return picture.frame_num == last_->frame_num || (last_->resets_numbering && picture.frame_num == 0);
     }
 
-    Finding follow(const AvcPicture& picture) noexcept
+    Finding follow(const AvcPicture& picture, bool may_start) const noexcept
     {
         if (!last_)
-            return picture.intra() ? Finding::continuous : Finding::no_start;
-        if (picture.gaps_allowed)
-            return picture.frame_num == next_frame_num(picture) ? Finding::continuous : Finding::allowed_gap;
-        if (picture.frame_num != next_frame_num(picture))
-            return Finding::missing_reference;
-        return half_ && last_->reference() ? Finding::missing_field : Finding::continuous;
+            return picture.IdrPicFlag || picture.intra() || may_start ? Finding::continuous
+                                                                      : Finding::no_start;
+        if (!picture.IdrPicFlag && !follows_reference(picture))
+            return picture.gaps_allowed ? Finding::allowed_gap : Finding::missing_reference;
+        return half_ && last_->reference() && !last_->gaps_allowed ? Finding::missing_field
+                                                                   : Finding::continuous;
     }
 
-    std::uint32_t next_frame_num(const AvcPicture& picture) const noexcept
+    // Some encoders give a picture that none refers to the frame_num of the reference before it: only a whole
+    // turn of the counter could be missing there.
+    bool follows_reference(const AvcPicture& picture) const noexcept
     {
-        const std::uint32_t next = reference_frame_num_ + 1;
-        return picture.max_frame_num != 0 ? next % picture.max_frame_num : next;
+        return picture.frame_num == next_frame_num(reference_frame_num_, picture.max_frame_num) ||
+               (!picture.reference() && picture.frame_num == reference_frame_num_);
     }
 
-    // H.264 8.2.1.1. False when there has been a picture of this count since the last IDR picture.
-    bool note_count(const AvcPicture& picture)
+    // False when there has been a picture of this count since the last IDR picture.
+    bool note_count(const AvcPicture& picture, std::int64_t count) noexcept
     {
-        if (picture.pic_order_cnt_type != 0 || picture.max_lsb == 0)
-            return true;
-        if (picture.IdrPicFlag) {
-            lsb_ = 0;
-            msb_ = 0;
-        }
-        const std::int64_t msb = pic_order_cnt_msb(picture.pic_order_cnt_lsb, picture.max_lsb, lsb_, msb_);
-        const std::int64_t count = msb + picture.pic_order_cnt_lsb;
-        if (picture.reference()) {
-            msb_ = msb;
-            lsb_ = picture.pic_order_cnt_lsb;
-        }
-        if (picture.resets_numbering) {
+        if (picture.pic_order_cnt_type != 0)
+            return true; // derived from frame_num
+        if (picture.IdrPicFlag || picture.resets_numbering)
             counts_.clear();
-            msb_ = 0;
-            lsb_ = picture.delta_pic_order_cnt_bottom < 0 && !picture.bottom_field_flag
-                       ? static_cast<std::uint32_t>(
-                             -static_cast<std::int64_t>(picture.delta_pic_order_cnt_bottom))
-                       : 0;
-            return true;
-        }
-        return counts_.add(4 * count +
-                           (picture.field_pic_flag ? 1 + (picture.bottom_field_flag ? 1 : 0) : 0));
+        return picture.resets_numbering || counts_.add(4 * count + picture.structure());
     }
 
     void remember(const AvcPicture& picture, bool second) noexcept
     {
-        if (picture.resets_numbering)
-            reference_frame_num_ = 0;
-        else if (picture.reference())
-            reference_frame_num_ = picture.frame_num;
-        else if ((!last_ || picture.frame_num != next_frame_num(picture)) && !second)
-            reference_frame_num_ = picture.frame_num - 1; // the gap counts once
+        const std::uint32_t steps = (picture.frame_num - reference_frame_num_) & (picture.max_frame_num - 1);
+        position_ = reference_position_ + steps;
+        if (picture.reference()) {
+            reference_frame_num_ = picture.resets_numbering ? 0 : picture.frame_num;
+            reference_position_ = position_;
+        } else if (steps > 1 && !second) { // the gap counts once
+            reference_frame_num_ = (picture.frame_num - 1) & (picture.max_frame_num - 1);
+            reference_position_ = position_ - 1;
+        }
         last_ = picture;
         half_ = picture.field_pic_flag && !second;
     }
@@ -99,8 +89,8 @@ private:
     std::optional<AvcPicture> last_;
     bool half_ = false; // the last picture is a field that has no partner yet
     std::uint32_t reference_frame_num_ = 0;
-    std::uint32_t lsb_ = 0;
-    std::int64_t msb_ = 0;
+    std::uint64_t reference_position_ = 0;
+    std::uint64_t position_ = 0;
     RecentCounts counts_;
 };
 

@@ -13,8 +13,9 @@ namespace detail {
 struct AvcPicture : AvcSlice {
     bool redundant = false;
     bool resets_numbering = false; // memory_management_control_operation 5
-    std::uint32_t max_frame_num = 16;
     bool gaps_allowed = false;
+    bool arbitrary_order = false; // slices may come in any
+    std::uint32_t max_frame_num = 16;
     std::uint32_t pic_order_cnt_type = 0;
     std::uint32_t max_lsb = 16;
 
@@ -22,7 +23,9 @@ struct AvcPicture : AvcSlice {
     bool bidirectional() const noexcept { return slice_type % 5 == 1; }
     bool reference() const noexcept { return nal_ref_idc != 0; }
 
-    // H.264 7.4.1.2.4, without the first macroblock, which decides nothing there.
+    unsigned structure() const noexcept { return !field_pic_flag ? 0U : bottom_field_flag ? 2U : 1U; }
+
+    // H.264 7.4.1.2.4
     bool same_picture(const AvcPicture& other) const noexcept
     {
         return IdrPicFlag == other.IdrPicFlag && reference() == other.reference() &&
@@ -88,21 +91,42 @@ inline void read_avc_references(BitReader& reader, const AvcSps& sps, const AvcP
         for (unsigned list = 0; list < lists; ++list)
             skip_weights(reader, entries[list], chroma);
     }
-    picture.resets_numbering = picture.reference() && !picture.IdrPicFlag && reads_reset(reader);
+    if (picture.reference() && picture.IdrPicFlag)
+        reader.skip(2); // no_output_of_prior_pics_flag, long_term_reference_flag
+    else if (picture.reference())
+        picture.resets_numbering = reads_reset(reader);
 }
 
-// After pic_parameter_set_id.
-inline void read_avc_picture(BitReader& reader, const AvcSps& sps, const AvcPps& pps,
+// Field widths that the standard has not make a header that nobody can read.
+inline bool has_readable_slices(const AvcSps& sps) noexcept
+{
+    constexpr std::uint32_t kMostBits = 16;
+    return sps.frame_num_bits <= kMostBits && sps.lsb_bits <= kMostBits && sps.pic_order_cnt_type <= 2;
+}
+
+// A.2.1, A.2.3: Baseline, unless Main as well, and Extended.
+inline bool allows_arbitrary_order(const AvcSps& sps, const AvcPps& pps) noexcept
+{
+    return pps.slice_groups || sps.profile_idc == 88 || (sps.profile_idc == 66 && !sps.constraint_set1_flag);
+}
+
+// After pic_parameter_set_id. False when the header contradicts the parameter sets or itself.
+inline bool read_avc_picture(BitReader& reader, const AvcSps& sps, const AvcPps& pps,
                              AvcPicture& picture) noexcept
 {
-    picture.max_frame_num = sps.frame_num_bits < 32 ? 1U << sps.frame_num_bits : 0;
+    constexpr std::uint32_t kMostSliceType = 9;
+    if (!has_readable_slices(sps) || picture.slice_type > kMostSliceType)
+        return false;
+    picture.max_frame_num = 1U << sps.frame_num_bits;
     picture.gaps_allowed = sps.gaps_in_frame_num_value_allowed_flag;
     picture.pic_order_cnt_type = sps.pic_order_cnt_type;
-    picture.max_lsb = sps.lsb_bits < 31 ? 1U << sps.lsb_bits : 0;
+    picture.max_lsb = 1U << sps.lsb_bits;
+    picture.arbitrary_order = allows_arbitrary_order(sps, pps);
     read_avc_slice_numbers(reader, sps, pps.bottom_field_pic_order_in_frame_present_flag, picture);
     if (pps.redundant_pic_cnt_present_flag)
         picture.redundant = reader.ue() != 0;
     read_avc_references(reader, sps, pps, picture);
+    return picture.colour_plane_id < 3 && !reader.past_end();
 }
 
 } // namespace detail

@@ -19,6 +19,7 @@ struct AvcSlice {
     std::int32_t delta_pic_order_cnt_bottom = 0;
     std::array<std::int32_t, 2> delta_pic_order_cnt = {};
     std::uint8_t nal_ref_idc = 0;
+    std::uint8_t colour_plane_id = 0;
     bool IdrPicFlag = false;
     bool field_pic_flag = false;
     bool bottom_field_flag = false;
@@ -39,7 +40,7 @@ void read_avc_slice_numbers(BitReader& reader, const Sps& sps, bool bottom_field
                             AvcSlice& slice) noexcept
 {
     if (sps.separate_colour_plane_flag)
-        reader.skip(2); // colour_plane_id
+        slice.colour_plane_id = static_cast<std::uint8_t>(reader.bits(2));
     slice.frame_num = reader.bits(sps.frame_num_bits);
     slice.field_pic_flag = !sps.frame_mbs_only_flag && reader.flag();
     slice.bottom_field_flag = slice.field_pic_flag && reader.flag();

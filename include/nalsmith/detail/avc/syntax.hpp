@@ -7,6 +7,7 @@
 #include "nalsmith/detail/vui.hpp"
 
 #include <array>
+#include <vector>
 
 namespace nalsmith {
 inline namespace v1 {
@@ -14,6 +15,7 @@ namespace detail {
 
 struct AvcSps {
     std::uint32_t profile_idc = 0;
+    bool constraint_set1_flag = false;
     std::uint32_t seq_parameter_set_id = 0;
     std::uint32_t chroma_format_idc = 1;
     bool separate_colour_plane_flag = false;
@@ -21,6 +23,9 @@ struct AvcSps {
     std::uint32_t pic_order_cnt_type = 0;
     std::uint32_t lsb_bits = 4; // log2_max_pic_order_cnt_lsb_minus4 + 4
     bool delta_pic_order_always_zero_flag = false;
+    std::int32_t offset_for_non_ref_pic = 0;
+    std::int32_t offset_for_top_to_bottom_field = 0;
+    std::vector<std::int32_t> offset_for_ref_frame;
     bool gaps_in_frame_num_value_allowed_flag = false;
     std::uint32_t pic_width_in_mbs_minus1 = 0;
     std::uint32_t pic_height_in_map_units_minus1 = 0;
@@ -42,6 +47,7 @@ struct AvcPps {
     bool weighted_pred_flag = false;
     std::uint32_t weighted_bipred_idc = 0;
     bool redundant_pic_cnt_present_flag = false;
+    bool slice_groups = false; // num_slice_groups_minus1 is not 0
 };
 
 constexpr bool has_chroma_format(std::uint32_t profile_idc) noexcept
@@ -78,24 +84,33 @@ inline void read_avc_chroma_format(BitReader& reader, AvcSps& sps) noexcept
             skip_avc_scaling_list(reader, i < 6 ? 16 : 64);
 }
 
-inline void read_avc_pic_order_cnt_type(BitReader& reader, AvcSps& sps) noexcept
+inline void read_avc_pic_order_cnt_type(BitReader& reader, AvcSps& sps)
 {
+    constexpr std::uint32_t kMostOffsets = 255;
     sps.pic_order_cnt_type = reader.ue();
     if (sps.pic_order_cnt_type == 0) {
         sps.lsb_bits = reader.ue() + 4;
     } else if (sps.pic_order_cnt_type == 1) {
         sps.delta_pic_order_always_zero_flag = reader.flag();
-        reader.skip_ue(2);           // offset_for_non_ref_pic, offset_for_top_to_bottom_field
-        reader.skip_ue(reader.ue()); // offset_for_ref_frame[i]
+        sps.offset_for_non_ref_pic = reader.se();
+        sps.offset_for_top_to_bottom_field = reader.se();
+        const std::uint32_t num_ref_frames_in_pic_order_cnt_cycle = reader.ue();
+        for (std::uint32_t i = 0; i < num_ref_frames_in_pic_order_cnt_cycle && !reader.exhausted(); ++i) {
+            const std::int32_t offset = reader.se();
+            if (i < kMostOffsets)
+                sps.offset_for_ref_frame.push_back(offset);
+        }
     }
 }
 
 // As far as the timing of the VUI.
-inline AvcSps read_avc_sps(BitReader reader) noexcept
+inline AvcSps read_avc_sps(BitReader reader)
 {
     AvcSps sps;
     sps.profile_idc = reader.bits(8);
-    reader.skip(16); // constraint_set flags, level_idc
+    reader.flag(); // constraint_set0_flag
+    sps.constraint_set1_flag = reader.flag();
+    reader.skip(14); // the other constraint flags, level_idc
     sps.seq_parameter_set_id = reader.ue();
     if (has_chroma_format(sps.profile_idc))
         read_avc_chroma_format(reader, sps);
@@ -117,14 +132,6 @@ inline AvcSps read_avc_sps(BitReader reader) noexcept
         read_vui_timing(reader, sps.vui);
     }
     return sps;
-}
-
-constexpr std::uint32_t bits_for(std::uint64_t count) noexcept // Ceil(Log2(count))
-{
-    std::uint32_t bits = 0;
-    while ((std::uint64_t{1} << bits) < count)
-        ++bits;
-    return bits;
 }
 
 inline void skip_slice_groups(BitReader& reader, std::uint32_t num_slice_groups_minus1) noexcept
@@ -158,7 +165,9 @@ inline AvcPps read_avc_pps_head(BitReader& reader) noexcept
 inline AvcPps read_avc_pps(BitReader reader) noexcept
 {
     AvcPps pps = read_avc_pps_head(reader);
-    if (const std::uint32_t num_slice_groups_minus1 = reader.ue())
+    const std::uint32_t num_slice_groups_minus1 = reader.ue();
+    pps.slice_groups = num_slice_groups_minus1 != 0;
+    if (pps.slice_groups)
         skip_slice_groups(reader, num_slice_groups_minus1);
     for (std::uint32_t& count : pps.num_ref_idx_default_active)
         count = reader.ue() + 1;

@@ -13,14 +13,23 @@ namespace nalsmith {
 inline namespace v1 {
 namespace detail {
 
-// What an SPS says about the pictures that others refer to.
-struct HevcReferences {
+// What an SPS says about slice segments and about the pictures that others refer to.
+struct HevcSequence {
+    std::uint32_t sps_video_parameter_set_id = 0;
     std::uint32_t sps_seq_parameter_set_id = 0;
     bool separate_colour_plane_flag = false;
+    std::uint64_t width = 0; // of a picture, in CTBs
+    std::uint64_t height = 0;
     std::uint32_t lsb_bits = 4;
     std::vector<HevcReferenceSet> sets;
     bool long_term_present = false;
     std::vector<HevcDelta> long_term; // picture order count lsb
+};
+
+// What a PPS says about them.
+struct HevcPictureParameters : HevcPps {
+    HevcTiles tiles;
+    bool known_tiles = true;
 };
 
 struct HevcLongTerm {
@@ -30,56 +39,83 @@ struct HevcLongTerm {
     std::uint32_t msb_cycle = 0;
 };
 
-// The first slice segment of a picture.
-struct HevcPicture {
+// The head of a slice segment header.
+struct HevcSegment {
     unsigned type = 0;
     unsigned temporal_id = 0;
+    bool first_slice_segment_in_pic_flag = false;
+    bool dependent_slice_segment_flag = false;
+    std::uint32_t slice_pic_parameter_set_id = 0;
+    std::uint64_t slice_segment_address = 0;
     std::uint32_t lsb = 0;
     std::uint32_t max_lsb = 16;
-    HevcReferenceSet set;
-    std::vector<HevcLongTerm> long_term;
 
     bool irap() const noexcept { return is_hevc_irap(type); }
     bool idr() const noexcept { return is_hevc_idr(type); }
     bool bla() const noexcept { return is_hevc_bla(type); }
     bool rasl() const noexcept { return type == 8 || type == 9; }
-    // What later pictures take their picture order counts from (H.265 8.3.1).
-    bool counts_for_poc() const noexcept
+    bool leading() const noexcept { return is_hevc_leading(type); }
+};
+
+// The same with the pictures that it refers to.
+struct HevcPicture : HevcSegment {
+    std::vector<HevcLongTerm> long_term;
+    const HevcReferenceSet* of_sequence = nullptr; // it is one of those
+    HevcReferenceSet own;
+
+    const HevcReferenceSet& references() const noexcept
     {
-        return temporal_id == 0 && !is_hevc_leading(type) && !is_hevc_sub_layer_non_reference(type);
+        return of_sequence != nullptr ? *of_sequence : own;
     }
 };
 
-inline std::optional<HevcReferences> read_hevc_references(BitReader reader)
+// None for one that the standard does not have.
+inline std::optional<HevcSequence> read_hevc_sequence(BitReader reader)
 {
     HevcSps sps;
     read_hevc_sps_head(reader, sps);
     constexpr std::uint32_t kMostLog2LsbMinus4 = 12;
+    constexpr std::uint64_t kMostLog2CtbSize = 6;
     if (sps.num_short_term_ref_pic_sets > HevcSps::kMostReferenceSets ||
-        sps.log2_max_pic_order_cnt_lsb_minus4 > kMostLog2LsbMinus4)
+        sps.log2_max_pic_order_cnt_lsb_minus4 > kMostLog2LsbMinus4 || sps.log2_ctb_size > kMostLog2CtbSize ||
+        sps.pic_width_in_luma_samples == 0 || sps.pic_height_in_luma_samples == 0)
         return std::nullopt;
-    HevcReferences references;
-    references.sps_seq_parameter_set_id = sps.sps_seq_parameter_set_id;
-    references.separate_colour_plane_flag = sps.separate_colour_plane_flag;
-    references.lsb_bits = sps.log2_max_pic_order_cnt_lsb_minus4 + 4;
-    references.sets.resize(sps.num_short_term_ref_pic_sets);
-    for (std::size_t i = 0; i < references.sets.size(); ++i)
-        if (!read_reference_set(reader, references.sets, i, false, references.sets[i]))
+    HevcSequence sequence;
+    sequence.sps_video_parameter_set_id = sps.sps_video_parameter_set_id;
+    sequence.sps_seq_parameter_set_id = sps.sps_seq_parameter_set_id;
+    sequence.separate_colour_plane_flag = sps.separate_colour_plane_flag;
+    const auto in_ctbs = [&](std::uint64_t samples) {
+        return (samples + (std::uint64_t{1} << sps.log2_ctb_size) - 1) >> sps.log2_ctb_size;
+    };
+    sequence.width = in_ctbs(sps.pic_width_in_luma_samples);
+    sequence.height = in_ctbs(sps.pic_height_in_luma_samples);
+    sequence.lsb_bits = sps.log2_max_pic_order_cnt_lsb_minus4 + 4;
+    sequence.sets.resize(sps.num_short_term_ref_pic_sets);
+    for (std::size_t i = 0; i < sequence.sets.size(); ++i)
+        if (!read_reference_set(reader, sequence.sets, i, false, sequence.sets[i]))
             return std::nullopt;
-    references.long_term_present = reader.flag();
-    const std::uint32_t long_term = references.long_term_present ? reader.ue() : 0;
+    sequence.long_term_present = reader.flag();
+    const std::uint32_t long_term = sequence.long_term_present ? reader.ue() : 0;
     if (long_term > 32)
         return std::nullopt;
     for (std::uint32_t i = 0; i < long_term; ++i) {
-        const auto lsb = static_cast<std::int32_t>(reader.bits(references.lsb_bits));
-        references.long_term.push_back({lsb, reader.flag()});
+        const auto lsb = static_cast<std::int32_t>(reader.bits(sequence.lsb_bits));
+        sequence.long_term.push_back({lsb, reader.flag()});
     }
-    return references;
+    return sequence;
 }
 
-inline bool read_long_term(BitReader& reader, const HevcReferences& references, HevcPicture& picture)
+inline HevcPictureParameters read_hevc_pps(BitReader reader)
 {
-    const std::uint32_t from_sps = references.long_term.empty() ? 0 : reader.ue();
+    HevcPictureParameters pps;
+    static_cast<HevcPps&>(pps) = read_hevc_pps_head(reader);
+    pps.tiles = read_hevc_pps_tiles(reader, pps.known_tiles);
+    return pps;
+}
+
+inline bool read_long_term(BitReader& reader, const HevcSequence& sequence, HevcPicture& picture)
+{
+    const std::uint32_t from_sps = sequence.long_term.empty() ? 0 : reader.ue();
     const std::uint32_t own = reader.ue();
     if (from_sps > 32 || own > 32)
         return false;
@@ -87,14 +123,13 @@ inline bool read_long_term(BitReader& reader, const HevcReferences& references, 
     for (std::uint32_t i = 0; i < from_sps + own; ++i) {
         HevcLongTerm entry;
         if (i < from_sps) {
-            const std::size_t at =
-                reader.bits(bits_for(static_cast<std::uint32_t>(references.long_term.size())));
-            if (at >= references.long_term.size())
+            const std::size_t at = reader.bits(bits_for(sequence.long_term.size()));
+            if (at >= sequence.long_term.size())
                 return false;
-            entry.lsb = static_cast<std::uint32_t>(references.long_term[at].poc);
-            entry.used_now = references.long_term[at].used_now;
+            entry.lsb = static_cast<std::uint32_t>(sequence.long_term[at].poc);
+            entry.used_now = sequence.long_term[at].used_now;
         } else {
-            entry.lsb = reader.bits(references.lsb_bits);
+            entry.lsb = reader.bits(sequence.lsb_bits);
             entry.used_now = reader.flag();
         }
         entry.has_msb = reader.flag();
@@ -106,27 +141,52 @@ inline bool read_long_term(BitReader& reader, const HevcReferences& references, 
     return true;
 }
 
-// After slice_pic_parameter_set_id of a first slice segment.
-inline bool read_hevc_slice(BitReader& reader, const HevcReferences& references, const HevcPps& pps,
-                            HevcPicture& picture)
+// slice_segment_header() (7.3.6.1), up to the id of the PPS.
+inline void read_hevc_segment_begin(BitReader& reader, HevcSegment& segment) noexcept
 {
-    picture.max_lsb = 1U << references.lsb_bits;
+    segment.first_slice_segment_in_pic_flag = reader.flag();
+    if (segment.irap())
+        reader.flag(); // no_output_of_prior_pics_flag
+    segment.slice_pic_parameter_set_id = reader.ue();
+}
+
+// From there to the picture order count. False for an address past the picture.
+inline bool read_hevc_segment(BitReader& reader, const HevcSequence& sequence, const HevcPps& pps,
+                              HevcSegment& segment) noexcept
+{
+    segment.max_lsb = 1U << sequence.lsb_bits;
+    if (!segment.first_slice_segment_in_pic_flag) {
+        const std::uint64_t size = sequence.width * sequence.height;
+        segment.dependent_slice_segment_flag = pps.dependent_slice_segments_enabled_flag && reader.flag();
+        segment.slice_segment_address = reader.bits(bits_for(size));
+        if (segment.slice_segment_address == 0 || segment.slice_segment_address >= size)
+            return false;
+        if (segment.dependent_slice_segment_flag)
+            return true;
+    }
     reader.skip(pps.num_extra_slice_header_bits);
     reader.ue(); // slice_type
-    reader.skip((pps.output_flag_present_flag ? 1U : 0U) + (references.separate_colour_plane_flag ? 2U : 0U));
+    reader.skip((pps.output_flag_present_flag ? 1U : 0U) + (sequence.separate_colour_plane_flag ? 2U : 0U));
+    if (!segment.idr())
+        segment.lsb = reader.bits(sequence.lsb_bits);
+    return true;
+}
+
+// After that of an independent slice segment: the pictures that it refers to.
+inline bool read_hevc_references(BitReader& reader, const HevcSequence& sequence, HevcPicture& picture)
+{
     if (picture.idr())
         return true;
-    picture.lsb = reader.bits(references.lsb_bits);
     if (!reader.flag()) { // short_term_ref_pic_set_sps_flag
-        if (!read_reference_set(reader, references.sets, references.sets.size(), true, picture.set))
+        if (!read_reference_set(reader, sequence.sets, sequence.sets.size(), true, picture.own))
             return false;
     } else {
-        const std::size_t at = reader.bits(bits_for(static_cast<std::uint32_t>(references.sets.size())));
-        if (at >= references.sets.size())
+        const std::size_t at = reader.bits(bits_for(sequence.sets.size()));
+        if (at >= sequence.sets.size())
             return false;
-        picture.set = references.sets[at];
+        picture.of_sequence = &sequence.sets[at];
     }
-    return !references.long_term_present || read_long_term(reader, references, picture);
+    return !sequence.long_term_present || read_long_term(reader, sequence, picture);
 }
 
 } // namespace detail

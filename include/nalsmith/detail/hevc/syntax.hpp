@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// H.265 parameter sets (7.3.2.1, 7.3.2.2.1, 7.3.2.3.1), but for the contents of reference picture sets.
+// H.265 parameter sets (7.3.2.1, 7.3.2.2.1, 7.3.2.3.1), without the contents of reference picture sets.
 #ifndef NALSMITH_DETAIL_HEVC_SYNTAX_HPP
 #define NALSMITH_DETAIL_HEVC_SYNTAX_HPP
 
+#include "nalsmith/detail/hevc/tiles.hpp"
 #include "nalsmith/detail/vui.hpp"
 
 #include <array>
@@ -29,6 +30,7 @@ struct HevcSps {
     std::uint32_t pic_height_in_luma_samples = 0;
     std::array<std::uint32_t, 4> conf_win = {}; // left, right, top, bottom
     std::uint32_t log2_max_pic_order_cnt_lsb_minus4 = 0;
+    std::uint64_t log2_ctb_size = 4;               // CtbLog2SizeY
     std::uint32_t num_short_term_ref_pic_sets = 0; // more than the standard allows: what follows is not read
     Vui vui;
 };
@@ -125,7 +127,9 @@ inline void read_hevc_sps_head(BitReader& reader, HevcSps& sps) noexcept
     reader.skip_ue(2); // bit_depth_luma_minus8, bit_depth_chroma_minus8
     sps.log2_max_pic_order_cnt_lsb_minus4 = reader.ue();
     skip_sub_layer_ordering_info(reader, sps_max_sub_layers_minus1);
-    reader.skip_ue(6);                  // block sizes and depths
+    const std::uint32_t log2_min_luma_coding_block_size_minus3 = reader.ue();
+    sps.log2_ctb_size = std::uint64_t{log2_min_luma_coding_block_size_minus3} + 3 + reader.ue();
+    reader.skip_ue(4);                  // sizes of transform blocks and their depths
     if (reader.flag() && reader.flag()) // scaling_list_enabled_flag, sps_scaling_list_data_present_flag
         skip_hevc_scaling_lists(reader);
     reader.skip(2);      // amp_enabled_flag, sample_adaptive_offset_enabled_flag
@@ -197,7 +201,8 @@ inline HevcSps read_hevc_sps(BitReader reader) noexcept
     return sps;
 }
 
-inline HevcPps read_hevc_pps(BitReader reader) noexcept
+// The head: what is needed to read a slice segment header as far as the picture order count.
+inline HevcPps read_hevc_pps_head(BitReader& reader) noexcept
 {
     HevcPps pps;
     pps.pps_pic_parameter_set_id = reader.ue();
@@ -206,6 +211,23 @@ inline HevcPps read_hevc_pps(BitReader reader) noexcept
     pps.output_flag_present_flag = reader.flag();
     pps.num_extra_slice_header_bits = reader.bits(3);
     return pps;
+}
+
+// As far as the tiles.
+inline HevcTiles read_hevc_pps_tiles(BitReader reader, bool& readable)
+{
+    HevcTiles tiles;
+    reader.skip(2);    // sign_data_hiding_enabled_flag, cabac_init_present_flag
+    reader.skip_ue(3); // num_ref_idx_l0_default_active_minus1, num_ref_idx_l1_..., init_qp_minus26
+    reader.skip(2);    // constrained_intra_pred_flag, transform_skip_enabled_flag
+    if (reader.flag()) // cu_qp_delta_enabled_flag
+        reader.ue();   // diff_cu_qp_delta_depth
+    reader.skip_ue(2); // pps_cb_qp_offset, pps_cr_qp_offset
+    reader.skip(4);    // pps_slice_chroma_qp_offsets_present_flag to transquant_bypass_enabled_flag
+    const bool tiles_enabled_flag = reader.flag();
+    reader.flag(); // entropy_coding_sync_enabled_flag
+    readable = !tiles_enabled_flag || read_hevc_tiles(reader, tiles);
+    return tiles;
 }
 
 } // namespace detail

@@ -88,7 +88,7 @@ private:
             keep_hevc(reader, id, base);
     }
 
-    void keep_avc(const BitReader& reader, const ParameterSetId& id) noexcept
+    void keep_avc(const BitReader& reader, const ParameterSetId& id)
     {
         if (id.kind == ParameterSetKind::pps) {
             BitReader head = reader;
@@ -104,7 +104,8 @@ private:
     void keep_hevc(const BitReader& reader, const ParameterSetId& id, bool base) noexcept
     {
         if (id.kind == ParameterSetKind::pps) {
-            hevc_.keep(read_hevc_pps(reader));
+            BitReader head = reader;
+            hevc_.keep(read_hevc_pps_head(head));
         } else if (id.kind == ParameterSetKind::sps) {
             const HevcSps sps = read_hevc_sps(reader);
             hevc_.keep(sps);

@@ -4,6 +4,7 @@
 #ifndef NALSMITH_DETAIL_READER_UNIT_CUTTER_HPP
 #define NALSMITH_DETAIL_READER_UNIT_CUTTER_HPP
 
+#include "nalsmith/access_unit.hpp"
 #include "nalsmith/detail/queue.hpp"
 #include "nalsmith/detail/reader/held_bytes.hpp"
 #include "nalsmith/detail/reader/stream_sets.hpp"
@@ -46,10 +47,11 @@ public:
 
     // Goes on until an access unit is ready. False when the bytes are used up.
     bool advance();
-    // The one that is ready.
-    Draft take() noexcept
+    // The one that is ready. Its slices go to `slices`, whose memory serves again.
+    Draft take(std::vector<SlicePlace>& slices) noexcept
     {
         is_ready_ = false;
+        slices.swap(ready_slices_);
         return std::move(ready_);
     }
     // Valid until the next push().
@@ -98,6 +100,8 @@ private:
     Draft ready_;
     bool is_ready_ = false;
     Draft draft_;
+    std::vector<SlicePlace> ready_slices_; // of the one that is ready, from its first byte on
+    std::vector<SlicePlace> slices_;       // of the draft
     std::uint64_t stream_begin_ = 0;
     std::uint64_t left_out_ = 0;     // zeros of the stream that came before the draft and were left out
     std::uint64_t searched_ = 0;     // where the search for start codes goes on
@@ -211,7 +215,13 @@ inline void UnitCutter::open_draft()
 inline void UnitCutter::end_nal(std::uint64_t end)
 {
     const NalUnit nal = nal_unit(end);
-    if (nal.bare() || nal.forbidden() || nal.role() != NalRole::opener)
+    if (nal.bare() || nal.forbidden())
+        return;
+    const NalRole role = nal.role();
+    if (role == NalRole::slice)
+        slices_.push_back(
+            {static_cast<std::size_t>(nal_ - draft_.begin), static_cast<std::size_t>(end - draft_.begin)});
+    if (role != NalRole::opener)
         return;
     open_draft();
     if (draft_.content == Draft::Content::refused_slices)
@@ -280,6 +290,8 @@ inline void UnitCutter::emit(std::uint64_t end)
     draft_.end = end;
     draft_.tag = held_.tag_at(draft_.begin);
     ready_ = std::move(draft_);
+    ready_slices_.swap(slices_);
+    slices_.clear();
     is_ready_ = true;
     draft_ = Draft();
     draft_.origin = draft_.begin = end;

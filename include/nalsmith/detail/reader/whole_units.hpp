@@ -3,6 +3,7 @@
 #ifndef NALSMITH_DETAIL_READER_WHOLE_UNITS_HPP
 #define NALSMITH_DETAIL_READER_WHOLE_UNITS_HPP
 
+#include "nalsmith/access_unit.hpp"
 #include "nalsmith/detail/queue.hpp"
 #include "nalsmith/detail/reader/stream_sets.hpp"
 
@@ -30,8 +31,8 @@ public:
             waiting_.push({Kind::end_of_stream, {}, 0, {}});
     }
 
-    // The next one, with its bytes; none when there is none.
-    std::optional<Draft> next(BytesView& bytes)
+    // The next one, with its bytes and the places of its slices; none when there is none.
+    std::optional<Draft> next(BytesView& bytes, std::vector<SlicePlace>& slices)
     {
         std::optional<Draft> unit;
         while (!unit && !waiting_.empty()) {
@@ -39,7 +40,7 @@ public:
             switch (waiting.kind) {
             case Kind::unit:
                 bytes = waiting.unit;
-                unit = read(waiting.unit);
+                unit = read(waiting.unit, slices);
                 unit->tag = waiting.tag;
                 break;
             case Kind::parameter_sets: sets_.add(codec_, waiting.sets); break;
@@ -67,22 +68,25 @@ private:
         position_ = 0;
     }
 
-    Draft read(BytesView bytes)
+    Draft read(BytesView bytes, std::vector<SlicePlace>& slices)
     {
         Draft unit;
+        slices.clear();
         unit.origin = unit.begin = unit.position = position_;
         unit.end = position_ += bytes.size();
         for (const NalUnit& nal : NalUnits(codec_, bytes)) {
             if (nal.bare() || nal.forbidden())
                 continue;
-            const std::uint64_t begin =
-                unit.begin + static_cast<std::uint64_t>(nal.bytes.data() - bytes.data());
-            if (nal.is_slice())
+            const auto at = static_cast<std::size_t>(nal.bytes.data() - bytes.data());
+            const std::uint64_t begin = unit.begin + at;
+            if (nal.is_slice()) {
+                slices.push_back({at, at + nal.bytes.size()});
                 take_slice(unit, nal);
-            else if (nal.is_parameter_set())
+            } else if (nal.is_parameter_set()) {
                 sets_.add(nal, begin, begin + nal.bytes.size());
-            else if (nal.is_delimiter())
+            } else if (nal.is_delimiter()) {
                 sets_.add_delimiter(begin, begin + nal.bytes.size());
+            }
         }
         return unit;
     }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith check: whether each access unit continues the stream.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Files.h"
 #include "NalNames.h"
@@ -209,8 +210,8 @@ ExitStatus CheckContinuity(const CheckOptions& options)
 
 Command MakeCheckCommand(CLI::App& program)
 {
-    CLI::App* parser = program.add_subcommand("check", "Find breaks in a stream");
-    parser->footer(
+    CLI::App* parser = AddCommand(
+        program, "check", "Find breaks in a stream",
         "A break is where a picture is missing that others need: in H.264 as frame_num, the fields and the\n"
         "picture order count tell, in H.265 as the reference picture sets tell; or where headers tell that a\n"
         "slice is missing. Reordered pictures and temporal layers are none; an access unit whose parameter\n"
@@ -223,8 +224,8 @@ Command MakeCheckCommand(CLI::App& program)
         "Example:\n  nalsmith check movie.h264");
     const auto options = std::make_shared<CheckOptions>();
     AddStreamOptions(*parser, *options);
-    parser->add_flag("--library-rule", options->libraryRule,
-                     "Go by the rule of the library's VideoSampleTest()");
+    AddFlag(*parser, "--library-rule", options->libraryRule,
+            "Go by the rule of the library's VideoSampleTest()");
     return {parser, [options] { return CheckContinuity(*options); }};
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith complete: a stream that can be entered at each of its key frames.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "StreamCopy.h"
 
@@ -32,8 +33,8 @@ ExitStatus CompleteStream(const CopyOptions& options)
 Command MakeCompleteCommand(CLI::App& program)
 {
     CLI::App* parser =
-        program.add_subcommand("complete", "Give key frames the parameter sets that they lack");
-    parser->footer("Each key frame comes out with the parameter sets in force for it: its SPS, the VPS of "
+        AddCommand(program, "complete", "Give key frames the parameter sets that they lack",
+                   "Each key frame comes out with the parameter sets in force for it: its SPS, the VPS of "
                    "that and every\n"
                    "PPS of that, the latest of each, behind its delimiter and its own sets. So the stream "
                    "may be entered,\n"

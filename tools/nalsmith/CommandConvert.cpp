@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith convert: NAL units behind start codes, or behind their lengths.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Failure.h"
 #include "Files.h"
@@ -8,8 +9,6 @@
 #include "UnitReader.h"
 
 #include <nalsmith/length_prefixed.hpp>
-
-#include <CLI/Validators.hpp>
 
 #include <algorithm>
 
@@ -149,8 +148,8 @@ ExitStatus ConvertStream(const ConvertOptions& options)
 
 Command MakeConvertCommand(CLI::App& program)
 {
-    CLI::App* parser = program.add_subcommand("convert", "Change between start codes and length prefixes");
-    parser->footer(
+    CLI::App* parser = AddCommand(
+        program, "convert", "Change between start codes and length prefixes",
         "--to length puts each NAL unit behind its length, as the samples of MP4 hold them; zero bytes "
         "behind\n"
         "a NAL unit and bytes before the first start code are left out. --to annexb reads such a file and\n"
@@ -159,13 +158,10 @@ Command MakeConvertCommand(CLI::App& program)
         "  nalsmith convert movie.lengths -o movie.h264 --to annexb");
     const auto options = std::make_shared<ConvertOptions>();
     AddCopyOptions(*parser, *options);
-    parser->add_option("--to", options->to, "What to write: annexb (start codes) or length")
-        ->required()
-        ->check(CLI::IsMember({"annexb", "length"}))
-        ->type_name("FORM");
-    parser->add_option("--length-size", options->lengthSize, "Bytes of each length: 1, 2 or 4 (default: 4)")
-        ->check(CLI::IsMember({"1", "2", "4"}))
-        ->type_name("BYTES");
+    AddOption(*parser, "--to", options->to, "What to write: annexb (start codes) or length",
+              {"FORM", true, {"annexb", "length"}});
+    AddOption(*parser, "--length-size", options->lengthSize, "Bytes of each length: 1, 2 or 4 (default: 4)",
+              {"BYTES", false, {"1", "2", "4"}});
     return {parser, [options] { return ConvertStream(*options); }};
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith info: what a stream is, in a few lines.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Files.h"
 #include "LibraryReader.h"
@@ -135,8 +136,9 @@ ExitStatus Describe(const StreamOptions& options)
 
 Command MakeInfoCommand(CLI::App& program)
 {
-    CLI::App* parser = program.add_subcommand("info", "Describe a stream");
-    parser->footer("Sizes of access units count their start codes; those of parameter sets do not.\n\n"
+    CLI::App* parser =
+        AddCommand(program, "info", "Describe a stream",
+                   "Sizes of access units count their start codes; those of parameter sets do not.\n\n"
                    "Example:\n  nalsmith info movie.h264");
     const auto options = AddStreamOptions(*parser);
     return {parser, [options] { return Describe(*options); }};

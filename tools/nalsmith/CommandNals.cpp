@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith nals: one line for each NAL unit of the file.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Files.h"
 #include "NalNames.h"
@@ -162,8 +163,8 @@ ExitStatus ListNals(const StreamOptions& options)
 
 Command MakeNalsCommand(CLI::App& program)
 {
-    CLI::App* parser = program.add_subcommand("nals", "List the NAL units");
-    parser->footer(
+    CLI::App* parser = AddCommand(
+        program, "nals", "List the NAL units",
         "NAL units are listed as they stand in FILE, also those that no access unit takes in. The offset is\n"
         "that of the start code, which the bytes count too. For slices of H.264: the bytes of the slice\n"
         "header that tell one picture from the next, and the picture type.\n\n"

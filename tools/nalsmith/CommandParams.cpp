@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith params: the parameter sets of a stream, each once.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Files.h"
 #include "Output.h"
@@ -68,15 +69,15 @@ ExitStatus ListParameterSets(const ParamsOptions& options)
 
 Command MakeParamsCommand(CLI::App& program)
 {
-    CLI::App* parser = program.add_subcommand("params", "List the parameter sets, or write them to a file");
-    parser->footer(
+    CLI::App* parser = AddCommand(
+        program, "params", "List the parameter sets, or write them to a file",
         "Each distinct one once, in order of first appearance, with its bytes behind the start code.\n"
         "-o - writes the byte stream to the standard output, in the place of the list.\n\n"
         "Example:\n  nalsmith params movie.h265 -o headers.h265");
     const auto options = std::make_shared<ParamsOptions>();
     AddStreamOptions(*parser, *options);
-    parser->add_option("-o,--output", options->output, "Write them as a byte stream (Annex B) to this file")
-        ->type_name("OUT");
+    AddOption(*parser, "-o,--output", options->output, "Write them as a byte stream (Annex B) to this file",
+              {"OUT"});
     return {parser, [options] { return ListParameterSets(*options); }};
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith report: what a stream is like, as a page for a browser.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Files.h"
 #include "Output.h"
@@ -38,8 +39,8 @@ ExitStatus WriteReport(const CopyOptions& options)
 
 Command MakeReportCommand(CLI::App& program)
 {
-    CLI::App* parser = program.add_subcommand("report", "Write a page for the browser about a stream");
-    parser->footer(
+    CLI::App* parser = AddCommand(
+        program, "report", "Write a page for the browser about a stream",
         "One HTML file that needs no other: sizes and kinds of the access units as a picture, key frames,\n"
         "breaks, the types of the NAL units, the parameter sets.\n\n"
         "Example:\n  nalsmith report movie.h264 -o report.html");

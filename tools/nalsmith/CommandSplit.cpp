@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith split: a stream as files of access units, or of segments that begin at key frames.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Files.h"
 #include "Output.h"
@@ -95,8 +96,8 @@ private:
 Command MakeSplitCommand(CLI::App& program)
 {
     CLI::App* parser =
-        program.add_subcommand("split", "Write access units, or segments, to files of their own");
-    parser->footer("The files are DIR/000000.h264 (.h265) and so on; one behind the other they are FILE, "
+        AddCommand(program, "split", "Write access units, or segments, to files of their own",
+                   "The files are DIR/000000.h264 (.h265) and so on; one behind the other they are FILE, "
                    "byte for byte.\n"
                    "DIR appears when it is complete; it must not exist, or be empty. To make every segment "
                    "stand alone,\n"
@@ -104,8 +105,8 @@ Command MakeSplitCommand(CLI::App& program)
                    "Example:\n  nalsmith split movie.h264 -o segments --at-key");
     const auto options = std::make_shared<SplitOptions>();
     AddStreamOptions(*parser, *options, "Print one JSON object for each file");
-    parser->add_option("-o,--output", options->folder, "Folder to make")->required()->type_name("DIR");
-    parser->add_flag("--at-key", options->atKey, "Begin a file at each key frame, not at each access unit");
+    AddOption(*parser, "-o,--output", options->folder, "Folder to make", {"DIR", true});
+    AddFlag(*parser, "--at-key", options->atKey, "Begin a file at each key frame, not at each access unit");
     return {parser, [options] {
                 Splitter(*options).Run();
                 return ExitStatus::Done;

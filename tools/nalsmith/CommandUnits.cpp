@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith units: one line for each access unit.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Files.h"
 #include "LibraryReader.h"
@@ -42,8 +43,8 @@ ExitStatus ListUnits(const StreamOptions& options)
 
 Command MakeUnitsCommand(CLI::App& program)
 {
-    CLI::App* parser = program.add_subcommand("units", "List the access units");
-    parser->footer(
+    CLI::App* parser = AddCommand(
+        program, "units", "List the access units",
         "Sizes are in bytes and count what the access unit is handed out with: start codes, and the\n"
         "parameter sets put into a key frame that came without.\n\n"
         "Example:\n  nalsmith units --json movie.h264");

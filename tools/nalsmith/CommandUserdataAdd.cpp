@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith userdata add: puts user data into the access units of a stream.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Failure.h"
 #include "Output.h"
@@ -8,6 +9,7 @@
 
 #include <nalsmith/handles.hpp>
 
+#include <CLI/App.hpp>
 #include <CLI/Validators.hpp>
 
 #include <new>
@@ -155,8 +157,8 @@ CLI::App& UserdataGroup(CLI::App& program)
 
 Command MakeUserdataAddCommand(CLI::App& program)
 {
-    CLI::App* parser = UserdataGroup(program).add_subcommand("add", "Put user data into access units");
-    parser->footer(
+    CLI::App* parser = AddCommand(
+        UserdataGroup(program), "add", "Put user data into access units",
         "Each access unit chosen gets one SEI message of type user_data_unregistered: in its first SEI NAL\n"
         "unit, or in a new one before its first slice. All other bytes stay as they are. An access unit "
         "with\n"

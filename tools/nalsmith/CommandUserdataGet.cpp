@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith userdata get: the user data that the access units of a stream carry.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "DataText.h"
 #include "Files.h"
@@ -101,16 +102,16 @@ ExitStatus GetFromStream(const GetOptions& options)
 
 Command MakeUserdataGetCommand(CLI::App& program)
 {
-    CLI::App* parser = UserdataGroup(program).add_subcommand("get", "Show the user data of access units");
-    parser->footer(
+    CLI::App* parser = AddCommand(
+        UserdataGroup(program), "get", "Show the user data of access units",
         "Shows what `userdata add` has put in, as text where it is printable UTF-8, else in Base64.\n"
         "An access unit with several shows the last. What --json prints can be given to\n"
         "`userdata add --per-frame`.\n\n"
         "Example:\n  nalsmith userdata get --raw marked.h264 > data");
     const auto options = std::make_shared<GetOptions>();
     AddStreamOptions(*parser, *options);
-    parser->add_flag("--raw", options->raw, "Write the bytes alone, one after the other")
-        ->excludes(parser->get_option("--json"));
+    AddFlag(*parser, "--raw", options->raw, "Write the bytes alone, one after the other");
+    Exclude(*parser, "--raw", "--json");
     return {parser, [options] { return GetFromStream(*options); }};
 }
 

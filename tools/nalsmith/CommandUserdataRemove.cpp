@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // nalsmith userdata remove: a stream without user data, whoever put it in.
+#include "CommandLine.h"
 #include "Commands.h"
 #include "Output.h"
 #include "StreamCopy.h"
@@ -30,8 +31,8 @@ ExitStatus RemoveFromStream(const CopyOptions& options)
 
 Command MakeUserdataRemoveCommand(CLI::App& program)
 {
-    CLI::App* parser = UserdataGroup(program).add_subcommand("remove", "Remove all user data");
-    parser->footer(
+    CLI::App* parser = AddCommand(
+        UserdataGroup(program), "remove", "Remove all user data",
         "Removes every SEI message of type user_data_unregistered, also those of other programs (an\n"
         "encoder's settings, say), from suffix SEI of H.265 as well. A NAL unit that holds nothing else is\n"
         "left out. All other bytes stay as they are.\n\n"

@@ -4,10 +4,12 @@
 
 #include "Failure.h"
 
-#include <CLI/App.hpp>
-
 #include <functional>
 #include <vector>
+
+namespace CLI {
+class App;
+} // namespace CLI
 
 namespace host {
 

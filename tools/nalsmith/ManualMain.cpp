@@ -3,6 +3,10 @@
 #include "Commands.h"
 #include "Manual.h"
 
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
 #include <filesystem>
 #include <fstream>
 #include <iostream>

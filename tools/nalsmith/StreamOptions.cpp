@@ -2,10 +2,8 @@
 #include "StreamOptions.h"
 
 #include "Codec.h"
+#include "CommandLine.h"
 #include "Failure.h"
-
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 
 namespace host {
 
@@ -18,16 +16,14 @@ std::optional<nalsmith::Codec> StreamOptions::Codec() const
 
 void AddStreamOptions(CLI::App& parser, StreamOptions& options, const std::string& json)
 {
-    parser.add_option("FILE", options.file, "H.264 or H.265 byte stream (Annex B); - is the standard input")
-        ->required()
-        ->type_name("");
-    parser
-        .add_option("--codec", options.codec, "What FILE holds: avc or hevc (default: found by its content)")
-        ->check(CLI::IsMember({KeyOf(nalsmith::Codec::h264), KeyOf(nalsmith::Codec::h265)}))
-        ->type_name("CODEC");
-    parser.add_flag("--json", options.json, json);
-    parser.add_flag("-q,--quiet", options.quiet,
-                    "No summary, no warnings, no progress: results and errors only");
+    AddOption(parser, "FILE", options.file, "H.264 or H.265 byte stream (Annex B); - is the standard input",
+              {"", true});
+    AddOption(parser, "--codec", options.codec,
+              "What FILE holds: avc or hevc (default: found by its content)",
+              {"CODEC", false, {KeyOf(nalsmith::Codec::h264), KeyOf(nalsmith::Codec::h265)}});
+    AddFlag(parser, "--json", options.json, json);
+    AddFlag(parser, "-q,--quiet", options.quiet,
+            "No summary, no warnings, no progress: results and errors only");
 }
 
 std::shared_ptr<const StreamOptions> AddStreamOptions(CLI::App& parser)
@@ -40,11 +36,8 @@ std::shared_ptr<const StreamOptions> AddStreamOptions(CLI::App& parser)
 void AddCopyOptions(CLI::App& parser, CopyOptions& options)
 {
     AddStreamOptions(parser, options, "Print the counts as JSON");
-    parser
-        .add_option("-o,--output", options.output,
-                    "File to write, which appears when it is complete; - is the standard output")
-        ->required()
-        ->type_name("OUT");
+    AddOption(parser, "-o,--output", options.output,
+              "File to write, which appears when it is complete; - is the standard output", {"OUT", true});
 }
 
 void RequireOneOutput(const CopyOptions& options)

@@ -4,11 +4,13 @@
 
 #include <nalsmith/bytes.hpp>
 
-#include <CLI/App.hpp>
-
 #include <memory>
 #include <optional>
 #include <string>
+
+namespace CLI {
+class App;
+} // namespace CLI
 
 namespace host {
 

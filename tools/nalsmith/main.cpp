@@ -3,7 +3,9 @@
 #include "Commands.h"
 #include "Output.h"
 
-#include <CLI/CLI.hpp>
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
 
 #include <algorithm>
 #include <csignal>

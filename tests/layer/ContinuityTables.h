@@ -11,8 +11,8 @@
 // $ is the SPS with other contents, ^ a delimiter, of either codec. Without ~ the order count grows by 2, for
 // fields by 1.
 //
-// H.265: a slice segment is I (IDR), C (CRA), A (BLA), T (TRAIL_R), R (RASL_N) or L (RADL_R), with its
-// picture order count; then:
+// H.265: a slice segment is I (IDR), J (IDR_N_LP), C (CRA), A (BLA), T (TRAIL_R), R (RASL_N) or L (RADL_R),
+// with its picture order count; then:
 //   -n +n  it refers to the picture so many before or after    k-n k+n  only later ones do
 //   l m    with the lsb, or the whole count, of a long-term picture that it refers to
 //   @n     slice_segment_address                               d        dependent
@@ -184,9 +184,9 @@ private:
 
     ::Bytes read(const std::string& text)
     {
-        static const std::string kinds = "ICATRL";
-        static constexpr u32 types[] = {
-            hevctest::kIdr, hevctest::kCra, hevctest::kBla, 1, hevctest::kRaslN, 7};
+        static const std::string kinds = "IJCATRL";
+        static constexpr u32 types[] = {hevctest::kIdr,   20, hevctest::kCra, hevctest::kBla, 1,
+                                        hevctest::kRaslN, 7};
         SliceText in(text);
         char option = 0;
         int number = 0;
@@ -216,7 +216,8 @@ private:
         }
         slice_.sps = sps_;
         slice_.pps = pps_;
-        slice_.references = slice_.nal_unit_type == hevctest::kIdr ? BitWriter() : references();
+        slice_.references =
+            slice_.nal_unit_type == hevctest::kIdr || slice_.nal_unit_type == 20 ? BitWriter() : references();
         return slice_;
     }
 

@@ -35,7 +35,7 @@ TEST(AvcContinuity, GoesByNumbersAndOrderCounts)
     expect("gaps allowed", "D0 P1 P3 P4", "c+ c+ g+ c+", {.gaps_in_frame_num_value_allowed_flag = 1});
     expect("starts", "P3 P4 D0", "n- c- c+");
     expect("starts at an intra picture", "I3 P4 D0", "c- c- c+");
-    expect("an order count twice: an IDR picture is missing", "D0~0 P1~2 P2~4 P3~2", "c+ c+ c+ r-");
+    expect("an order count twice: an IDR picture is missing", "D0~0 P1~2 P2~4 P3~2 P4~4", "c+ c+ c+ r- c-");
     expect("operation 5", "D0~0 P1~2 P2x~4 P1~2 P2~4 P4~6", "c+ c+ c+ c+ c+ r-");
     expect("other widths", "D0 P1 P2", "c+ c+ c+",
            {.profile_idc = 135, .chroma_format = true, .log2_max_frame_num_minus4 = 3});
@@ -49,6 +49,7 @@ TEST(AvcContinuity, GoesByFields)
     expect("none refers to it", "D0t P0b b1t P1t P1b", "c+ c+ c+ c+ c+", kFields);
     expect("both IDR", "D0t D0b~1 P1t P1b", "c+ c+ c+ c+", kFields);
     expect("the second after operation 5", "D0t P0b P1tx P0b P1t P1b", "c+ c+ c+ c+ c+ c+", kFields);
+    expect("no pair", "D0t P0b b1t P1b P2t", "c+ c+ c+ c+ f-", kFields);
     expect("frames between", "D0 P1t/P1b P2 P3t P4", "c+ c+ c+ c+ f-", kFields);
 }
 
@@ -138,9 +139,10 @@ TEST(HevcContinuity, GoesByWhatPicturesReferTo)
     expect_hevc("none needs it", "I0 T4-4 T2-2+2 T3-1+1 T8-4k-6 T9-1", "c+ c+ c+ c+ c+ c+");
     expect_hevc("only what is used counts", "I0 T2-2 T3-1k-2k-3 T4-1", "c+ c+ c+ c+");
     expect_hevc("kept for later", "I0 T1-1 T2-1k-2 T3-1-3 T4-1k-3 T5-5", "c+ c+ c+ c+ c+ r-");
-    expect_hevc("an order count twice", "I0 T1-1 T1-1!", "c+ c+ r-");
+    expect_hevc("an order count twice", "I0 T1-1 T2-1k-2 T1-1k+1! T2-2 T3-1 C4k-1 T5-1",
+                "c+ c+ c+ r- c- c- c+ c+");
     expect_hevc("counts go on", "I0 T7-7 T14-7 T20-6 T28-8", "c+ c+ c+ c+ c+");
-    expect_hevc("start", "T3-1 C8 R6-2k+2 T9-1", "n- c+ r- c+");
+    expect_hevc("start", "T3-1 T4-1 C8 R6-2k+2 T9-1", "n- c- c+ s- c+");
 }
 
 TEST(HevcContinuity, GoesByLongTermPictures)
@@ -160,6 +162,9 @@ TEST(HevcContinuity, GoesByEntryPoints)
     expect_hevc("a lost CRA picture", "C8 R6-4+2 T9-1 R14-5+2 T17-1", "c+ s- c+ r- r-");
     expect_hevc("lost after an IDR picture", "I0 R6-4+2 T9-1", "c+ r- r-");
     expect_hevc("its leading pictures at once", "C8 R10-2+4", "c+ r-");
+    expect_hevc("leading pictures after others", "I0 T1-1 T2-1k-2 T3-1k-3 L2-2 T4-1", "c+ c+ c+ c+ r- r-");
+    expect_hevc("none can lead", "J0 T1-1 L14+2k+3", "c+ c+ r-");
+    expect_hevc("after the other field of the entry", "I0 T1-1 L14+2k+3 T2-1", "c+ c+ c+ c+");
     expect_hevc("after BLA", "I0 T1-1 A5 R3-2+2 T6-1", "c+ c+ c+ s- c+");
     expect_hevc("the end of a sequence", "I0 T1-1 E C8 R6-4+2 T9-1 E T10-1 T11-1",
                 "c+ c+ 0+ c+ s- c+ 0+ n- c-");

@@ -32,10 +32,12 @@ public:
     std::uint64_t position() const noexcept { return position_; }
 
 private:
-    // Some encoders make both fields IDR pictures.
+    // Some encoders make both fields IDR pictures. After a field that none refers to, one that others refer
+    // to is no second one (3.30).
     bool is_second_field(const AvcPicture& picture) const noexcept
     {
-        if (!half_ || !picture.field_pic_flag || picture.bottom_field_flag == last_->bottom_field_flag)
+        if (!half_ || !picture.field_pic_flag || picture.bottom_field_flag == last_->bottom_field_flag ||
+            (picture.reference() && !last_->reference()))
             return false;
         if (picture.IdrPicFlag)
             return last_->IdrPicFlag && picture.idr_pic_id == last_->idr_pic_id;
@@ -68,7 +70,11 @@ private:
             return true; // derived from frame_num
         if (picture.IdrPicFlag || picture.resets_numbering)
             counts_.clear();
-        return picture.resets_numbering || counts_.add(4 * count + picture.structure());
+        if (picture.resets_numbering || counts_.add(4 * count + picture.structure()))
+            return true;
+        counts_.clear(); // those before the loss
+        counts_.add(4 * count + picture.structure());
+        return false;
     }
 
     void remember(const AvcPicture& picture, bool second) noexcept

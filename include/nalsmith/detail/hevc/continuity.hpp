@@ -9,6 +9,8 @@
 #include "nalsmith/detail/recent_counts.hpp"
 #include "nalsmith/finding.hpp"
 
+#include <utility>
+
 namespace nalsmith {
 inline namespace v1 {
 namespace detail {
@@ -23,33 +25,31 @@ public:
     // The next picture that is an IRAP picture begins a sequence of its own.
     void end_sequence() noexcept
     {
-        fresh_ = true;
+        entered_ = began_ = false;
         held_.clear();
     }
 
     Answer judge(const HevcPicture& picture)
     {
         holds_last_ = false;
-        const bool starts = picture.irap() && (fresh_ || picture.idr() || picture.bla());
+        const bool starts = picture.irap() && (!entered_ || picture.idr() || picture.bla());
         const std::int64_t count = order_.next(picture, starts);
-        if (picture.irap()) {
-            entry_count_ = count;
-            skips_rasl_ = starts && !picture.idr();
-        } else if (!picture.leading()) {
-            skips_rasl_ = false; // leading pictures come before the others: a RASL picture from here on is
-                                 // that of an IRAP picture that is missing
-        }
-        if (picture.rasl() && skips_rasl_ && count < entry_count_)
+        if (picture.irap())
+            enter(picture, starts, count);
+        else if (!picture.leading())
+            ++trailing_;
+        const bool no_start = !entered_ && !std::exchange(began_, true);
+        if (picture.rasl() && skips_rasl_ && leads(count))
             return {Finding::skipped, false};
-        const bool no_start = fresh_ && !picture.irap();
-        fresh_ = false;
         if (starts) {
             held_.clear();
             counts_.clear();
         }
         Answer answer = refer(picture, count);
+        if (picture.radl() && !leads(count))
+            answer = {Finding::missing_reference, false}; // what it refers to by chance is not meant
         if (!counts_.add(count))
-            answer = {Finding::missing_reference, false};
+            answer = repeat(picture, count);
         if (no_start)
             answer = {Finding::no_start, false};
         held_.push_back({count, answer.decodable});
@@ -66,6 +66,33 @@ private:
         std::int64_t count = 0;
         bool decodable = false;
     };
+
+    void enter(const HevcPicture& picture, bool starts, std::int64_t count) noexcept
+    {
+        entered_ = true;
+        entry_count_ = count;
+        trailing_ = 0;
+        skips_rasl_ = starts && !picture.idr();
+        has_leading_ = !picture.without_leading();
+    }
+
+    // A leading picture can be one of the last IRAP picture: they come before the others, but for the other
+    // field of the IRAP picture, and are output before it. If not, another IRAP picture is missing.
+    bool leads(std::int64_t count) const noexcept
+    {
+        return has_leading_ && trailing_ <= 1 && count < entry_count_;
+    }
+
+    // An order count comes again: an IRAP picture is missing, and nothing that is held is meant by what
+    // follows.
+    Answer repeat(const HevcPicture& picture, std::int64_t count) noexcept
+    {
+        for (Held& held : held_)
+            held.decodable = false;
+        counts_.clear();
+        counts_.add(count);
+        return {Finding::missing_reference, picture.irap()};
+    }
 
     void set_last(bool decodable) noexcept
     {
@@ -106,9 +133,12 @@ private:
         return nullptr;
     }
 
-    bool fresh_ = true;       // nothing to refer to has come
-    bool skips_rasl_ = false; // those of the last IRAP picture, which began a sequence
-    bool holds_last_ = false; // the last picture is the last of those held
+    bool entered_ = false;     // an IRAP picture has come
+    bool began_ = false;       // any picture
+    bool skips_rasl_ = false;  // those of the last IRAP picture, which began a sequence
+    bool has_leading_ = false; // the last IRAP picture may
+    bool holds_last_ = false;  // the last picture is the last of those held
+    unsigned trailing_ = 0;    // pictures after the last IRAP picture
     std::int64_t entry_count_ = 0;
     HevcPictureOrder order_;
     std::vector<Held> held_; // what may be referred to

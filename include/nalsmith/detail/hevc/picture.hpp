@@ -53,7 +53,10 @@ struct HevcSegment {
     bool irap() const noexcept { return is_hevc_irap(type); }
     bool idr() const noexcept { return is_hevc_idr(type); }
     bool bla() const noexcept { return is_hevc_bla(type); }
+    bool radl() const noexcept { return type == 6 || type == 7; }
     bool rasl() const noexcept { return type == 8 || type == 9; }
+    // BLA_N_LP, IDR_N_LP
+    bool without_leading() const noexcept { return type == 18 || type == 20; }
     bool leading() const noexcept { return is_hevc_leading(type); }
 };
 

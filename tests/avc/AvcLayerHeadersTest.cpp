@@ -1,54 +1,54 @@
 // SPDX-License-Identifier: MIT
 // What the C++ layer reads of H.264 headers: all that was written, and the same as the library, which stops
 // earlier.
-#include "AvcStream.h"
 #include "Handles.h"
+#include "RandomElements.h"
 #include "nalsmith/detail/avc/picture_order.hpp"
 #include "nalsmith/detail/payload.hpp"
 #include "nalsmith/sequence.hpp"
 
+#include <bit>
 #include <gtest/gtest.h>
-#include <random>
 
 namespace {
 
 using namespace avctest;
 using namespace nalsmith::detail;
-using std::optional;
 
 // Headers of random elements that agree with each other.
-class Headers {
+class Headers : public RandomElements {
 public:
-    explicit Headers(u32 seed) : random_(seed) {}
+    using RandomElements::RandomElements;
 
-    u32 Below(u32 limit) { return static_cast<u32>(random_() % limit); }
-    u32 Flag() { return Below(2); }
     u32 Wide() { return Below(3) == 0 ? Below(100000) : Below(9); }
     i32 Signed() { return static_cast<i32>(Wide()) * (Flag() != 0 ? 1 : -1); }
 
     Sps MakeSps()
     {
-        constexpr u32 profiles[] = {66, 77, 88, 100, 244, 135};
-        Sps sps{.profile_idc = profiles[Below(6)], .constraint_flags = Below(256)};
+        constexpr u32 judged[] = {66, 77, 88};
+        constexpr u32 with_chroma_format[] = {100, 110, 122, 244, 44, 83, 86, 118, 128, 138, 139, 134, 135};
+        Sps sps{.profile_idc = Below(256), .constraint_flags = Below(256), .level_idc = Below(256)};
+        if (const u32 kind = Below(4); kind < 3)
+            sps.profile_idc = kind == 0 ? judged[Below(3)] : with_chroma_format[Below(13)];
         sps.seq_parameter_set_id = Below(32);
-        sps.chroma_format = sps.profile_idc > 88;
-        sps.chroma_format_idc = sps.chroma_format ? Below(4) : 1;
+        sps.chroma_format = std::ranges::count(with_chroma_format, sps.profile_idc) != 0;
+        sps.chroma_format_idc = sps.chroma_format ? Below(5) : 1; // 4 is none of the standard
         sps.separate_colour_plane_flag = sps.chroma_format_idc == 3 ? Flag() : 0;
-        for (u32 i = sps.chroma_format && Flag() != 0 ? (sps.chroma_format_idc == 3 ? 12 : 8) : 0; i > 0; --i)
-            sps.scaling_lists.push_back(Flag() != 0 ? ScalingList({Signed() % 100, -8, 0}) : std::nullopt);
-        for (std::size_t i = 0; i < sps.scaling_lists.size(); ++i)
-            if (sps.scaling_lists[i]) // as many as the list has, or up to a scale of 0
-                sps.scaling_lists[i] =
-                    Flag() != 0 ? std::vector<i32>{-8} : std::vector<i32>(i < 6 ? 16 : 64, 3);
+        const std::size_t lists = sps.chroma_format_idc == 3 ? 12 : 8;
+        while (sps.chroma_format && (Flag() != 0 || !sps.scaling_lists.empty()) &&
+               sps.scaling_lists.size() < lists)
+            sps.scaling_lists.push_back(Maybe(MakeScalingList(sps.scaling_lists.size() < 6 ? 16 : 64)));
         sps.log2_max_frame_num_minus4 = Below(13);
         sps.pic_order_cnt_type = Below(3);
-        sps.log2_max_pic_order_cnt_lsb_minus4 = Below(13);
-        sps.delta_pic_order_always_zero_flag = Flag();
-        sps.offset_for_ref_frame.resize(Below(4), Signed());
+        sps.log2_max_pic_order_cnt_lsb_minus4 = sps.pic_order_cnt_type == 0 ? Below(13) : 0;
+        sps.delta_pic_order_always_zero_flag = sps.pic_order_cnt_type == 1 ? Flag() : 0;
+        sps.offset_for_ref_frame.resize(Below(30) == 0 ? 255 : Below(4), Signed());
         sps.gaps_in_frame_num_value_allowed_flag = Flag();
         sps.pic_width_in_mbs = 1 + Below(200);
         sps.pic_height_in_map_units = 1 + Below(200);
         sps.frame_mbs_only_flag = Flag();
+        sps.crop = Maybe(MakeCropping());
+        sps.vui = Maybe(MakeVui());
         return sps;
     }
 
@@ -73,14 +73,17 @@ public:
         slice.first_mb_in_slice = Wide();
         slice.slice_type = slice.nal_unit_type == kIdr ? 2 + 5 * Flag() : Below(10);
         slice.colour_plane_id = Below(3);
+        const bool lsb = sps.pic_order_cnt_type == 0;
+        const bool deltas = sps.pic_order_cnt_type == 1 && sps.delta_pic_order_always_zero_flag == 0;
         slice.frame_num = Below(16U << sps.log2_max_frame_num_minus4);
         slice.field_pic_flag = sps.frame_mbs_only_flag == 0 ? Flag() : 0;
         slice.bottom_field_flag = slice.field_pic_flag != 0 ? Flag() : 0;
-        slice.idr_pic_id = Wide();
-        slice.pic_order_cnt_lsb = Below(16U << sps.log2_max_pic_order_cnt_lsb_minus4);
-        slice.delta_pic_order_cnt_bottom = Signed();
-        slice.delta_pic_order_cnt[0] = Signed();
-        slice.delta_pic_order_cnt[1] = Signed();
+        const bool both = pps.bottom_field_pic_order_in_frame_present_flag != 0 && slice.field_pic_flag == 0;
+        slice.idr_pic_id = slice.nal_unit_type == kIdr ? Wide() : 0;
+        slice.pic_order_cnt_lsb = lsb ? Below(16U << sps.log2_max_pic_order_cnt_lsb_minus4) : 0;
+        slice.delta_pic_order_cnt_bottom = lsb && both ? Signed() : 0;
+        slice.delta_pic_order_cnt[0] = deltas ? Signed() : 0;
+        slice.delta_pic_order_cnt[1] = deltas && both ? Signed() : 0;
         slice.data = Bytes{};
         WriteReferences(slice);
         return slice;
@@ -89,6 +92,15 @@ public:
     bool redundant = false, reset = false; // what the slice written last says
 
 private:
+    // To its last scale or to a scale of 0, behind which all repeat.
+    std::vector<i32> MakeScalingList(std::size_t size)
+    {
+        std::vector<i32> deltas;
+        for (i32 scale = 8; deltas.size() < size && scale != 0; scale = (scale + deltas.back()) & 255)
+            deltas.push_back(Below(20) == 0 ? -scale : static_cast<i32>(Below(600)) - 300);
+        return deltas;
+    }
+
     BitWriter SliceGroups(u32 groups_minus1, u32 type)
     {
         BitWriter out;
@@ -175,8 +187,6 @@ private:
         if (count != 0)
             out.ue(0);
     }
-
-    std::mt19937 random_;
 };
 
 nalsmith::NalUnit NalOf(const Bytes& bytes)
@@ -229,13 +239,19 @@ TEST(AvcLayerHeaders, AreReadAsWrittenAndAsTheLibraryReadsThem)
         const ParsingHandle handle;
         handle.Feed(spsBytes + ppsBytes + bytes);
         const VideoInfo info = handle.Flush().info;
-        const nalsmith::SequenceParameters sequence = sequence_of(readSps);
         EXPECT_EQ(info.sequenceInfoValid, 1u);
         if (sps.profile_idc == 135)
             continue; // where the library reads no chroma format
-        EXPECT_EQ(sequence.width, info.width);
-        EXPECT_EQ(sequence.height, info.height);
-        ExpectSame(picture, handle.Avc().curSlice);
+        EXPECT_EQ(SequenceFieldsOf(info), std::bit_cast<SequenceFields>(sequence_of(readSps)));
+        const CParseAVCParams& parser = handle.Avc();
+        EXPECT_EQ((std::bit_cast<std::array<u32, 8>>(*parser.spsTable[sps.seq_parameter_set_id])),
+                  sps.Kept());
+        EXPECT_EQ((std::bit_cast<std::array<u32, 3>>(*parser.ppsTable[pps.pic_parameter_set_id])),
+                  (std::array{pps.pic_parameter_set_id, pps.seq_parameter_set_id,
+                              pps.bottom_field_pic_order_in_frame_present_flag}));
+        EXPECT_EQ((std::bit_cast<std::array<u32, 13>>(parser.curSlice)), slice.Kept());
+        EXPECT_EQ(std::memcmp(&parser.prevSlice, &parser.curSlice, sizeof parser.curSlice), 0);
+        ExpectSame(picture, parser.curSlice);
     }
 }
 

@@ -3,11 +3,12 @@
 // earlier.
 #include "Handles.h"
 #include "HevcStream.h"
+#include "RandomElements.h"
 #include "nalsmith/detail/hevc/picture.hpp"
 #include "nalsmith/detail/payload.hpp"
+#include "nalsmith/sequence.hpp"
 
 #include <gtest/gtest.h>
-#include <random>
 
 namespace {
 
@@ -24,17 +25,14 @@ void Sort(Deltas& deltas)
     });
 }
 
-class Sets {
+class Sets : public RandomElements {
 public:
-    explicit Sets(u32 seed) : random_(seed) {}
-
-    u32 Below(u32 limit) { return static_cast<u32>(random_() % limit); }
-    u32 Flag() { return Below(2); }
+    using RandomElements::RandomElements;
 
     // st_ref_pic_set(), explicit or predicted from one of `before`.
     Deltas Write(BitWriter& out, const std::vector<Deltas>& before, bool in_slice)
     {
-        const bool predicts = !before.empty() && Flag() != 0;
+        const bool predicts = !before.empty() && before.back().size() < 15 && Flag() != 0;
         out.u(before.empty() ? 0 : 1, predicts);
         if (!predicts)
             return WriteExplicit(out);
@@ -125,8 +123,6 @@ private:
             long_term.push_back(entry);
         }
     }
-
-    std::mt19937 random_;
 };
 
 nalsmith::NalUnit NalOf(const Bytes& bytes)
@@ -135,21 +131,46 @@ nalsmith::NalUnit NalOf(const Bytes& bytes)
                 .begin();
 }
 
+std::vector<SubLayer> MakeSubLayers(Sets& random)
+{
+    std::vector<SubLayer> layers(random.Below(8));
+    for (SubLayer& layer : layers)
+        layer = {random.Flag(), random.Flag()};
+    return layers;
+}
+
+Vps MakeVps(Sets& random)
+{
+    return {random.Below(16),
+            MakeSubLayers(random),
+            random.Below(65536),
+            random.Flag(),
+            random.Below(64),
+            random.Below(20),
+            random.Maybe(Timing{random.Any(), random.Any()})};
+}
+
 Sps MakeSps(Sets& random)
 {
-    Sps sps{.sps_seq_parameter_set_id = random.Below(16), .chroma_format_idc = random.Below(4)};
-    sps.subLayers.resize(random.Below(3), {random.Flag(), random.Flag()});
+    Sps sps{.sps_video_parameter_set_id = random.Below(16),
+            .subLayers = MakeSubLayers(random),
+            .sps_seq_parameter_set_id = random.Below(16),
+            .chroma_format_idc = random.Below(5)}; // 4 is none of the standard
     sps.separate_colour_plane_flag = sps.chroma_format_idc == 3 ? random.Flag() : 0;
     sps.pic_width_in_luma_samples = 72 + random.Below(2000);
     sps.pic_height_in_luma_samples = 8 + random.Below(2000);
+    sps.conf_win = random.Maybe(random.MakeCropping());
     sps.log2_max_pic_order_cnt_lsb_minus4 = random.Below(13);
-    sps.log2_diff_max_min_luma_coding_block_size = 1 + random.Below(3);
+    sps.sps_sub_layer_ordering_info_present_flag = random.Flag();
+    sps.log2_min_luma_coding_block_size_minus3 = random.Below(2);
+    sps.log2_diff_max_min_luma_coding_block_size =
+        1 + random.Below(3 - sps.log2_min_luma_coding_block_size_minus3);
     sps.scaling_list_enabled_flag = random.Flag();
-    if (random.Flag() != 0)
-        sps.scaling_list_pred_mode_flags = random.Below(1 << 20);
+    sps.scaling_list_pred_mode_flags = random.Maybe(random.Below(1 << 20));
     sps.pcm_enabled_flag = random.Flag();
     if (random.Flag() != 0)
-        sps.lt_ref_pic_poc_lsb_sps = std::vector<u32>(random.Below(5), random.Below(16));
+        sps.lt_ref_pic_poc_lsb_sps = std::vector<u32>(random.Below(33), random.Below(16));
+    sps.vui = random.Maybe(random.MakeVui());
     return sps;
 }
 
@@ -159,7 +180,7 @@ TEST(HevcLayerHeaders, AreReadAsWrittenAndAsTheLibraryReadsThem)
     for (int round = 0; round < 4000; ++round) {
         SCOPED_TRACE(round);
         Sps sps = MakeSps(random);
-        std::vector<Deltas> sets(random.Below(6));
+        std::vector<Deltas> sets(random.Below(30) == 0 ? 64 : random.Below(6));
         sps.written = sets.size();
         for (std::size_t i = 0; i < sets.size(); ++i)
             sets[i] = random.Write(sps.written_sets,
@@ -207,13 +228,26 @@ TEST(HevcLayerHeaders, AreReadAsWrittenAndAsTheLibraryReadsThem)
         EXPECT_EQ(picture.lsb, slice.slice_pic_order_cnt_lsb);
         EXPECT_EQ(picture.slice_segment_address, 1 - slice.first_slice_segment_in_pic_flag);
 
+        Vps vps = MakeVps(random);
+        vps.vps_video_parameter_set_id = sps.sps_video_parameter_set_id;
+        const Bytes vpsBytes = vps;
         const ParsingHandle handle(VideoCodecHEVC);
-        handle.Feed(Vps{} + spsBytes + ppsBytes);
+        handle.Feed(Delimiter{} + vpsBytes + spsBytes + ppsBytes);
+        EXPECT_EQ(SequenceFieldsOf(handle.Flush().info),
+                  std::bit_cast<SequenceFields>(sequence_of(read_hevc_sps(bits_of(NalOf(spsBytes))),
+                                                            read_hevc_vps(bits_of(NalOf(vpsBytes))))));
         const HevcSpsRecord& known = *handle.Hevc().spsTable[sps.sps_seq_parameter_set_id];
+        EXPECT_EQ((std::bit_cast<std::array<u32, 8>>(known)), sps.Kept());
+        EXPECT_EQ(handle.Hevc().vpsTable[sps.sps_video_parameter_set_id]->vps_video_parameter_set_id,
+                  sps.sps_video_parameter_set_id);
+        EXPECT_EQ((std::bit_cast<std::array<u32, 5>>(*handle.Hevc().ppsTable[pps.pps_pic_parameter_set_id])),
+                  (std::array{pps.pps_pic_parameter_set_id, pps.pps_seq_parameter_set_id,
+                              pps.dependent_slice_segments_enabled_flag, pps.output_flag_present_flag,
+                              pps.num_extra_slice_header_bits}));
         EXPECT_EQ(sequence->lsb_bits, known.log2_max_pic_order_cnt_lsb_minus4 + 4);
-        EXPECT_EQ(sequence->width, (known.pic_width_in_luma_samples +
-                                    (8U << sps.log2_diff_max_min_luma_coding_block_size) - 1) /
-                                       (8U << sps.log2_diff_max_min_luma_coding_block_size));
+        const u32 ctb =
+            8U << (sps.log2_min_luma_coding_block_size_minus3 + sps.log2_diff_max_min_luma_coding_block_size);
+        EXPECT_EQ(sequence->width, (sps.pic_width_in_luma_samples + ctb - 1) / ctb);
     }
 }
 

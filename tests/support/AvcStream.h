@@ -6,6 +6,7 @@
 
 #include "BitWriter.h"
 
+#include <array>
 #include <optional>
 
 namespace avctest {
@@ -118,6 +119,15 @@ struct Sps {
         return out.TrailingBits().Take();
     }
 
+    // What the library keeps of it. It knows no element that is not written.
+    std::array<u32, 8> Kept() const
+    {
+        return (std::array{seq_parameter_set_id, separate_colour_plane_flag, log2_max_frame_num_minus4,
+                           pic_order_cnt_type, log2_max_pic_order_cnt_lsb_minus4,
+                           delta_pic_order_always_zero_flag, frame_mbs_only_flag,
+                           gaps_in_frame_num_value_allowed_flag});
+    }
+
 private:
     void WriteChromaFormat(BitWriter& out) const
     {
@@ -189,6 +199,15 @@ struct Slice {
         out.Append(references);
         out.ue(1); // what follows in the header does not read as 0
         return Nal(nal_unit_type, out.TrailingBits().Take() + data, nal_ref_idc, startCodeSize);
+    }
+
+    std::array<u32, 13> Kept() const
+    {
+        return (std::array{first_mb_in_slice, slice_type, pps.pic_parameter_set_id, frame_num, field_pic_flag,
+                           bottom_field_flag, nal_ref_idc, nal_unit_type == kIdr ? 1u : 0u, idr_pic_id,
+                           pic_order_cnt_lsb, static_cast<u32>(delta_pic_order_cnt_bottom),
+                           static_cast<u32>(delta_pic_order_cnt[0]),
+                           static_cast<u32>(delta_pic_order_cnt[1])});
     }
 };
 

@@ -130,6 +130,15 @@ struct Sps {
         return out.u(1, 0).TrailingBits().Take();
     }
 
+    // What the library keeps of it.
+    std::array<u32, 8> Kept() const
+    {
+        return (std::array{sps_video_parameter_set_id, sps_seq_parameter_set_id, separate_colour_plane_flag,
+                           log2_max_pic_order_cnt_lsb_minus4, log2_min_luma_coding_block_size_minus3,
+                           log2_diff_max_min_luma_coding_block_size, pic_width_in_luma_samples,
+                           pic_height_in_luma_samples});
+    }
+
     // Up to the conformance window.
     BitWriter Size() const
     {

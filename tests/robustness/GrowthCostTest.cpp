@@ -81,18 +81,6 @@ TEST_F(GrowthCost, TwiceTheNalUnitsCostAboutTwiceToSplitAndToStrip)
     EXPECT_LE(workFor(100000), small * 5 / 2);
 }
 
-TEST_F(GrowthCost, TheFirstAccessUnitTakesFewAllocations)
-{
-    const Bytes stream = AccessUnitOf(kSlice, 1500000);
-    const ParsingHandle handle;
-    handle.Feed(Sps{} + Pps{});
-    VideoInfo info;
-    AllocationWatch watch;
-    watch.During([&] { ParseVideoParams(handle.Get(), stream.data(), stream.Size(), &info); });
-    EXPECT_GE(watch.Calls(), 4u);
-    EXPECT_LE(watch.Calls(), 16u);
-}
-
 // Once every buffer has held the largest of its kind, nothing is allocated, whatever the job.
 TEST(SteadyState, AllocatesNothing)
 {

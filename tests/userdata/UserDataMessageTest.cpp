@@ -28,28 +28,6 @@ Bytes MessagesOf(u32 size)
     return Bytes{};
 }
 
-TEST(UserDataMessage, IsTypeSizeUuidAndEscapedData)
-{
-    const UserDataHandle handle(VideoCodecAVC);
-    const struct {
-        Bytes data, front, escaped; // what stands before and behind the UUID
-    } rows[] = {
-        {Bytes{}, "05 10"_bytes, Bytes{}},
-        {"41 42 43"_bytes, "05 13"_bytes, "41 42 43"_bytes},
-        {"00 00 01"_bytes, "05 13"_bytes, "00 00 03 01"_bytes},
-        {"00 00 00 00 02 00 00 03"_bytes, "05 18"_bytes, "00 00 03 00 00 03 02 00 00 03 03"_bytes},
-        {"00 00 04 00 01"_bytes, "05 15"_bytes, "00 00 04 00 01"_bytes},
-        {"03 00"_bytes, "05 12"_bytes, "03 00"_bytes},
-        {"ff 00 00"_bytes, "05 13"_bytes, "ff 00 00"_bytes},
-        {Bytes(238, 0xff), "05 fe"_bytes, Bytes(238, 0xff)},
-        {Bytes(239, 5), "05 ff 00"_bytes, Bytes(239, 5)},
-        {Bytes(493, 5), "05 ff fe"_bytes, Bytes(493, 5)},
-        {Bytes(494, 5), "05 ff ff 00"_bytes, Bytes(494, 5)},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(Arranged(handle.Base(), row.data), row.front + kUuid + row.escaped);
-}
-
 TEST(UserDataMessage, ItsBufferGrowsAsTheSizeAndTheDataNeed)
 {
     // {bytes of data, capacity}: twice the data is set aside behind the UUID, doubling comes before that.

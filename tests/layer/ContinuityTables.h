@@ -145,8 +145,8 @@ private:
         message.ue(frames).u(1, kind == 'A' ? 0 : 1).u(1, kind == 'L' ? 1 : 0).u(2, 0).TrailingBits();
         const ::Bytes payload = message.Take();
         // After a message of another type.
-        return avctest::Nal(6, "05 02 06 01"_bytes + ::Bytes{6, static_cast<u8>(payload.size())} + payload +
-                                   "80"_bytes);
+        return avctest::Nal(6, ::Bytes{0xFF, 6, 0xFF, 1} + ::Bytes(256, 6) +
+                                   ::Bytes{6, static_cast<u8>(payload.size())} + payload + "80"_bytes);
     }
 
     avctest::Sps sps_;
@@ -265,6 +265,7 @@ void expect_found(const char* what, Line line, const std::string& units, const s
     SCOPED_TRACE(what);
     ContinuityChecker checker(std::is_same_v<Line, AvcLine> ? Codec::h264 : Codec::h265);
     checker.add_parameter_sets(line.sets());
+    checker.reset(); // which keeps them
     std::istringstream in(units);
     std::string all;
     for (std::string unit; in >> unit;) {

@@ -39,6 +39,10 @@ TEST(AvcContinuity, GoesByNumbersAndOrderCounts)
     expect("operation 5", "D0~0 P1~2 P2x~4 P1~2 P2~4 P4~6", "c+ c+ c+ c+ c+ r-");
     expect("other widths", "D0 P1 P2", "c+ c+ c+",
            {.profile_idc = 135, .chroma_format = true, .log2_max_frame_num_minus4 = 3});
+    expect("counts of type 1", "D0 P1 P2", "c+ c+ c+",
+           {.pic_order_cnt_type = 1, .offset_for_ref_frame = {0}});
+    expect("a gap, and a count twice", "D0~0 P2~0", "c+ g+", {.gaps_in_frame_num_value_allowed_flag = 1});
+    expect("the 64 counts before", "D0 " + times(62, "b1") + " b1~2", times(63, "c+") + " r-");
 }
 
 TEST(AvcContinuity, GoesByFields)
@@ -51,6 +55,12 @@ TEST(AvcContinuity, GoesByFields)
     expect("the second after operation 5", "D0t P0b P1tx P0b P1t P1b", "c+ c+ c+ c+ c+ c+", kFields);
     expect("no pair", "D0t P0b b1t P1b P2t", "c+ c+ c+ c+ f-", kFields);
     expect("frames between", "D0 P1t/P1b P2 P3t P4", "c+ c+ c+ c+ f-", kFields);
+    expect("three fields", "D0t P0b P1t P1b P1t", "c+ c+ c+ c+ r-", kFields);
+    expect("a frame is no second field", "D0 P1b P1", "c+ c+ r-", kFields);
+    expect("a bottom field of another IDR picture", "D0t P0b P1t D0b", "c+ c+ c+ f+", kFields);
+    expect("of one count", "D0t~0 P0b~0 P1t~2 P1b~2", "c+ c+ c+ c+", kFields);
+    expect("gaps allowed", "D0t P0b P1t P2t P2b", "c+ c+ c+ c+ c+",
+           {.gaps_in_frame_num_value_allowed_flag = 1, .frame_mbs_only_flag = 0});
 }
 
 TEST(AvcContinuity, FindsMissingSlices)
@@ -76,6 +86,20 @@ TEST(AvcContinuity, FindsMissingSlices)
            "c+ " + times(16, "c+ 0+") + " c+ 0+ u-", any);
     expect("the first twice, of a habit", "D0 " + times(16, "b1/@4") + " b1 @0/@4 P1",
            times(17, "c+") + " u- 0+ c+");
+    expect("after a fallen one", "D0/@8/@4 @6", "m- m-");
+    expect("of many", "D0/@1/@2/@3/@5/@4", "m-");
+    expect("any order, across a delimiter", "D0@8/@4/^/@8", "c+", any);
+    expect("any order, refused between", "D0@8 @2#9 @4", "c+ p- m-", any);
+    expect("any order, one twice", "D0 " + times(16, "b1/@4/@8") + " b1/@8/@8", times(17, "c+") + " u-",
+           baseline);
+    expect("two pictures in one", "D0 P2/D0", "c+ r-");
+    expect("the next one suspect", "D0 " + times(16, "b1/@4") + " b1 b1/@4 @8",
+           times(17, "c+") + " u- c- 0-");
+    expect("suspect, of what was lost", "I3/@4 " + times(15, "b3/@4") + " b3 @4", times(16, "c-") + " u- 0-");
+    expect("cut in the PPS id", "D0 P1#200z", "c+ x-");
+    expect("of another picture", "D0 P1~2/b1@4~2 P2~4/P3@4~4 D0/I0@4~0", "c+ m- m- m-");
+    expect("of a field", "D0 P1~2/P1t@4~2", "c+ m-", kFields);
+    expect("of the other field", "D0t P0b P1t~2/P1b@4~2", "c+ c+ m-", kFields);
 }
 
 TEST(AvcContinuity, JudgesColourPlanesEachByItself)
@@ -87,6 +111,7 @@ TEST(AvcContinuity, JudgesColourPlanesEachByItself)
     const std::string picture = "b1&0/@4&0 @0&1/@4&1 @0&2";
     expect("a slice of one", "D0&0/@4&0 @0&1/@4&1 @0&2 " + times(16, picture) + " b1&0/@4&0 @0&1 @0&2 b1&0",
            "c+ 0+ 0+ " + times(16, "c+ 0+ 0+") + " c+ 0+ 0+ u-", planes);
+    expect("no such plane", "D0&3", "x-", planes);
 }
 
 TEST(AvcContinuity, KnowsTheHabitOfTheEncoder)
@@ -104,6 +129,19 @@ TEST(AvcContinuity, KnowsTheHabitOfTheEncoder)
     expect("redundant ones do not count", start + times(15, "b1/@4/@8/@8q") + " b1/@4/@8", fine + "c+");
     expect("of the first field", start + times(16, "b1t/@4/b1b/@4") + " b1t/b1b/@4",
            "c+ " + times(16, "c+") + " u-", kFields);
+    expect("fewer, at another place", start + usual + " b1/@5", fine + "c+");
+    expect("exceptions of other parameters", start + usual + " b1/@8 b1/@8 $ " + times(14, "b1/@8") + " b1",
+           fine + "u- u- " + times(15, "c-"));
+    expect("exceptions that differ", start + usual + " b1/@4 b1/@8 b1 b1", fine + "u- u- u- u-");
+    expect("a new habit is one", start + usual + " " + times(16, "b1/@8") + " b1",
+           fine + "u- u- u- " + times(13, "c-") + " u-");
+    expect("another exception", start + usual + " b1/@8 b1/@8 b1/@8 b1/@4", fine + "u- u- u- u-");
+    expect("broken, with more places", start + usual + " b1/@2/^/@4/@8 b1/@8", fine + "m- u-");
+    expect("broken, not unusual", start + usual + " b1@4 @8", fine + "m- 0-");
+    expect("fields by themselves", "D0 " + times(16, "b1t/@4/b1b") + " b1t/b1b", times(17, "c+") + " u-",
+           kFields);
+    expect("spread", "D0 " + times(16, "b1t/@4 b1b/@4") + " b1 @4 b1t b1b/@4",
+           "c+ " + times(32, "c+") + " c+ 0+ u- c-", kFields);
 }
 
 TEST(AvcContinuity, RecoversAtIdrPicturesAndRecoveryPoints)
@@ -121,6 +159,19 @@ TEST(AvcContinuity, RecoversAtIdrPicturesAndRecoveryPoints)
     expect("order, up to an IDR picture", "I3E0~20 b4~16 D0 P1~4", "c+ c- c+ c+");
     expect("order, up to operation 5", "I3E0~20 P4x~24 P1~2 b2~1", "c+ c+ c+ c+");
     expect("too many frames", "P3E16 P4 P5", "c- c- c-");
+    const avctest::Sps gaps{.gaps_in_frame_num_value_allowed_flag = 1};
+    expect("of one picture", "I3E0/P5 P6", "r- c-");
+    expect("of none", "P3 @0qE0 I4", "n- 0- c-");
+    expect("an IDR picture ends it", "I3E14 D0~0 P1~8 b2~4", "c- c+ c+ c+");
+    expect("where nothing is missing", "D0~0 P1~4 I2E0~12 b3~8", "c+ c+ c+ c+");
+    expect("too many frames",
+           "I14E16 P15 " + times(2, "P0 P1 P2 P3 P4 P5 P6 P7 P8 P9 P10 P11 P12 P13 P14 P15"),
+           times(34, "c-"));
+    expect("in a gap", "I3E2 P6", "c- g+", gaps);
+    expect("across a gap", "I3E4 b6 P6 P7", "c- g- c- c+", gaps);
+    expect("operation 5 before it in output", "I3E0~20 P4x~16 P1~2", "c+ c- c+");
+    expect("an earlier one", "I3E9 P4E1 P5", "c- c- c+");
+    expect("counts by references", "I3E0~20 b4~100 P4~160", "c+ c+ c-");
 }
 
 void expect_hevc(const char* what, const std::string& units, const std::string& expected)
@@ -168,6 +219,13 @@ TEST(HevcContinuity, GoesByEntryPoints)
     expect_hevc("after BLA", "I0 T1-1 A5 R3-2+2 T6-1", "c+ c+ c+ s- c+");
     expect_hevc("the end of a sequence", "I0 T1-1 E C8 R6-4+2 T9-1 E T10-1 T11-1",
                 "c+ c+ 0+ c+ s- c+ 0+ n- c-");
+    expect_hevc("references across the end", "I0 T1-1 E T2-1k-2 T3-3", "c+ c+ 0+ n- r-");
+    expect_hevc("RADL before RASL", "C8 L7+1 R6-4+2 T9-1", "c+ c+ s- c+");
+    expect_hevc("at the count of the entry", "C8 R8-4", "c+ r-");
+    expect_hevc("BLA forgets", "I0 T1-1 A5k-4 T6-1-5", "c+ c+ c+ r-");
+    expect_hevc("a start that refers to none", "T3 T4-1", "n- c-");
+    expect_hevc("leading pictures do not count", "C8 L1+7 T12-4", "c+ c+ c+");
+    expect_hevc("not by lsb", "I0 T8-8 T15-7k-15 T17-1k-17", "c+ c+ c+ r-");
 }
 
 TEST(HevcContinuity, FindsMissingSegmentsAndFollowsThem)
@@ -180,7 +238,8 @@ TEST(HevcContinuity, FindsMissingSegmentsAndFollowsThem)
     expect_hevc("of another picture", "I0/T1@4d T2-2", "m- c+");
     expect_hevc("twice the same", "I0/@4/@4 I0 T1-1/@4 T1-1", "c+ 0+ c+ 0+");
     expect_hevc("places", "I0/@8/@4 T1-1", "m- c-");
-    expect_hevc("past the picture", "I0/@14 T1-1/@15", "c+ x-");
+    expect_hevc("past the picture", "I0 T1-1 @15 @8 T2-2 @15 T3-3 T4-1", "c+ c+ x- m- c+ x- c+ c+");
+    expect_hevc("past it, at once", "I0/@14 T1-1/@15 T2-1", "c+ x- c-");
     std::string stream = "I0/@4d/@8", fine = "c+";
     for (int i = 1; i < 16; ++i) {
         stream += " T" + std::to_string(i) + "-1/@" + std::to_string(i % 7 + 1) + "d/@8";
@@ -188,6 +247,15 @@ TEST(HevcContinuity, FindsMissingSegmentsAndFollowsThem)
     }
     expect_hevc("the first twice, of a habit", stream + " T16-1 @0/@4d/@8 T17-1/@8", fine + " u- 0+ c+");
     expect_hevc("fewer than usual", stream + " T16-1/@4d T17-1/@8 T18k-1/@8", fine + " u- c- c+");
+    expect_hevc("of another picture", "I0 T1-1/T2-2@4 T3-3", "c+ m- c+");
+    expect_hevc("past the end of a sequence", "I0 T1-1 E @4", "c+ c+ 0+ n-");
+    expect_hevc("two pictures in one", "I0 T2-1/I0", "c+ r-");
+    expect_hevc("the same across a delimiter", "I0/@4/^/@4 T1-1/^/@0/@4", "c+ c+");
+    expect_hevc("of a skipped one", "C8 R6-4+2@4 T9-1", "c+ m- c+");
+    expect_hevc("fewer, and the next picture", stream + " T16-1/T17-1/@8", fine + " u-");
+    expect_hevc("broken ones", stream + " T16-1/@2/^/@8 T17-1", fine + " m- u-");
+    expect_hevc("broken, not unusual", stream + " T16-1@8 @9d", fine + " m- 0-");
+    expect_found("no VPS", HevcLine({.sps_video_parameter_set_id = 3}), "I0", "p-");
 }
 
 TEST(Continuity, FindsEveryLossOfAPictureThatOthersNeed)
@@ -217,7 +285,8 @@ TEST(Continuity, FindsEveryLossOfAPictureThatOthersNeed)
 TEST(Continuity, OfAccessUnitsIsThatOfTheirBytes)
 {
     for (const char* const name :
-         {"avc_size_change.h264", "avc_hand_other_nal_types.h264", "hevc_hand_vps_late.h265"})
+         {"avc_size_change.h264", "avc_hand_other_nal_types.h264", "avc_headers_once_aud.h264",
+          "hevc_aud_headers_once.h265", "hevc_hand_vps_late.h265"})
         for (const bool self_contained : {false, true})
             for (const bool whole : {false, true}) {
                 SCOPED_TRACE(name);
@@ -230,10 +299,13 @@ TEST(Continuity, OfAccessUnitsIsThatOfTheirBytes)
                 const auto check = [&](const AccessUnit& unit) {
                     std::size_t slices = 0;
                     for (const NalUnit& nal : NalUnits(codec, unit.bytes))
-                        slices += nal.is_slice() && !nal.bare() && !nal.forbidden() ? 1 : 0;
+                        if (nal.is_slice() && !nal.bare() && !nal.forbidden()) {
+                            const auto begin = static_cast<std::size_t>(nal.bytes.data() - unit.bytes.data());
+                            ASSERT_LT(slices, unit.slices.size());
+                            EXPECT_EQ(unit.slices[slices].begin, begin);
+                            EXPECT_EQ(unit.slices[slices++].end, begin + nal.bytes.size());
+                        }
                     EXPECT_EQ(unit.slices.size(), slices);
-                    for (const SlicePlace& place : unit.slices)
-                        EXPECT_TRUE((*NalUnits(codec, unit.bytes.subview(place.begin)).begin()).is_slice());
                     const std::string is = found_in(of_units.check(unit));
                     EXPECT_EQ(is, found_in(of_bytes.check(unit.bytes)));
                     first += is;

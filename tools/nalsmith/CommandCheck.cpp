@@ -213,7 +213,8 @@ Command MakeCheckCommand(CLI::App& program)
     CLI::App* parser = AddCommand(
         program, "check", "Find breaks in a stream",
         "A break is where a picture is missing that others need: in H.264 as frame_num, the fields and the\n"
-        "picture order count tell, in H.265 as the reference picture sets tell; or where headers tell that a\n"
+        "picture order count tell, in H.265 as the reference picture sets tell; or where headers tell that "
+        "a\n"
         "slice is missing. Reordered pictures and temporal layers are none; an access unit whose parameter\n"
         "sets are unknown is one. With --json the summary goes to the standard error output. Exit status 1\n"
         "when a break was found.\n"

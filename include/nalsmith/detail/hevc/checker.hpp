@@ -109,8 +109,10 @@ inline void HevcChecker::take_slice(const NalUnit& nal)
         return refuse(fault, segment);
     const bool first = segment.first_slice_segment_in_pic_flag;
     const bool held = picture_ && picture_->holds(segment);
-    if (first && held && slices_.has(0, payload))
-        return; // once more
+    if (first && held && slices_.has(0, payload)) { // once more
+        refused_ = delimited_ = false;
+        return;
+    }
     if (first || !held) {
         if (!begin_picture(segment, sets, reader))
             return;

@@ -29,6 +29,15 @@
 
 namespace layertest {
 
+// A line's access units, so many times.
+inline std::string times(int count, const std::string& text)
+{
+    std::string all;
+    while (count-- > 0)
+        all += (all.empty() ? "" : " ") + text;
+    return all;
+}
+
 // A slice as text: its first character, and options of a character with a number.
 class SliceText {
 public:

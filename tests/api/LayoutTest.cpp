@@ -2,7 +2,6 @@
 // Order and widths of the members of everything inside that may be known by its layout. What is public is
 // pinned by nalsmith.h itself, the records of parameter sets and slices by the tests that read them.
 #include "parser/VideoParams.h"
-#include "parser/records/HevcRecords.h"
 
 #include <cstddef>
 #include <gtest/gtest.h>

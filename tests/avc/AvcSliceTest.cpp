@@ -12,7 +12,7 @@ namespace {
 
 using namespace avctest;
 
-TEST(AvcSlice, TheRangeOfFrameNumFollowsTheSps)
+TEST(AvcSlice, WidthsFollowTheSpsAlsoBeyondTheStandard)
 {
     const std::pair<u32, u32> rows[] = {{0, 16}, {12, 65536}, {13, 131072},   {27, 0x80000000},
                                         {28, 0}, {200, 0},    {0xFFFFFFFC, 1}};
@@ -21,8 +21,10 @@ TEST(AvcSlice, TheRangeOfFrameNumFollowsTheSps)
         const ParsingHandle handle;
         gaps = 1 - gaps;
         const Sps sps{.log2_max_frame_num_minus4 = log2_max_frame_num_minus4,
+                      .log2_max_pic_order_cnt_lsb_minus4 = 28,
                       .gaps_in_frame_num_value_allowed_flag = gaps};
-        handle.Feed(sps + Pps{} + Slice{.sps = sps});
+        handle.Feed(sps + Pps{} + Slice{.sps = sps, .pic_order_cnt_lsb = 0xFEDCBA98});
+        EXPECT_EQ(handle.Avc().curSlice.pic_order_cnt_lsb, 0xFEDCBA98);
         EXPECT_EQ(handle.Avc().maxFrameNum, maxFrameNum) << log2_max_frame_num_minus4;
         EXPECT_EQ(handle.Avc().gapsAllowed, gaps);
     }

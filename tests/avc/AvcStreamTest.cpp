@@ -56,6 +56,7 @@ TEST(AvcStream, KeyFramesWithoutParameterSetsReceiveThemBehindTheirDelimiter)
         ASSERT_EQ(reported.size(), 2u);
         ExpectUnit(reported[0], kKeyUnit, 1, 1, 64);
         ExpectUnit(reported[1], row.before + kSets + row.behind, 1, 1, 64);
+        EXPECT_EQ(handle.Base().queue->tailScratchCapacity, row.behind.size());
     }
 }
 

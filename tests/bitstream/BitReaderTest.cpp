@@ -86,6 +86,9 @@ TEST(BitReader, AnyMixtureOfReadsEqualsReadingBitByBit)
             for (u64 i = random() % 12; i > 0; --i)
                 Step(bits, plain, random);
         }
+        ASSERT_EQ(reader.ReadData(3), plain.ReadData(3));
+        ASSERT_EQ(reader.GetUE(), plain.GetUE());
+        ASSERT_EQ(reader.GetSE(), plain.GetSE());
         ASSERT_EQ(reader.BitsConsumed(), plain.position);
         ASSERT_EQ(reader.readRemaining, bytes.size() - plain.position / 8);
         u8* position = nullptr;

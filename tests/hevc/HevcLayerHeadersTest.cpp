@@ -236,9 +236,11 @@ TEST(HevcLayerHeaders, AreReadAsWrittenAndAsTheLibraryReadsThem)
         EXPECT_EQ(SequenceFieldsOf(handle.Flush().info),
                   std::bit_cast<SequenceFields>(sequence_of(read_hevc_sps(bits_of(NalOf(spsBytes))),
                                                             read_hevc_vps(bits_of(NalOf(vpsBytes))))));
+        ASSERT_NE(handle.Hevc().spsTable[sps.sps_seq_parameter_set_id], nullptr);
+        ASSERT_NE(handle.Hevc().vpsTable[sps.sps_video_parameter_set_id], nullptr);
         const HevcSpsRecord& known = *handle.Hevc().spsTable[sps.sps_seq_parameter_set_id];
         EXPECT_EQ((std::bit_cast<std::array<u32, 8>>(known)), sps.Kept());
-        EXPECT_EQ(handle.Hevc().vpsTable[sps.sps_video_parameter_set_id]->vps_video_parameter_set_id,
+        EXPECT_EQ(std::bit_cast<u32>(*handle.Hevc().vpsTable[sps.sps_video_parameter_set_id]),
                   sps.sps_video_parameter_set_id);
         EXPECT_EQ((std::bit_cast<std::array<u32, 5>>(*handle.Hevc().ppsTable[pps.pps_pic_parameter_set_id])),
                   (std::array{pps.pps_pic_parameter_set_id, pps.pps_seq_parameter_set_id,

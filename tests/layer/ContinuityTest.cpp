@@ -41,7 +41,8 @@ TEST(Continuity, OfAccessUnitsIsThatOfTheirBytes)
                 SCOPED_TRACE(name);
                 const Codec codec = codec_of(name);
                 Bytes stream = read_file(name);
-                ContinuityChecker of_units(codec), of_bytes(codec), again(codec);
+                ContinuityChecker of_units(codec, true), of_bytes(codec), again(codec);
+                const ParsingHandle library = make_parsing_handle(codec);
                 std::string first, second;
                 const std::vector<Kept> kept = read_all(codec, stream);
                 AccessUnitReader reader(codec, {self_contained, whole});
@@ -55,7 +56,13 @@ TEST(Continuity, OfAccessUnitsIsThatOfTheirBytes)
                             EXPECT_EQ(unit.slices[slices++].end, begin + nal.bytes.size());
                         }
                     EXPECT_EQ(unit.slices.size(), slices);
-                    const std::string is = found_in(of_units.check(unit));
+                    const Verdict verdict = of_units.check(unit);
+                    VideoInfoEx info = {};
+                    VideoSampleTest(library.get(), unit.bytes.data(), detail::library_size(unit.bytes.size()),
+                                    &info);
+                    EXPECT_EQ(verdict.library.discontinuity, info.discontinuity);
+                    EXPECT_EQ(verdict.library.intraPicture, info.intraPicture);
+                    const std::string is = found_in(verdict);
                     EXPECT_EQ(is, found_in(of_bytes.check(unit.bytes)));
                     first += is;
                     second += found_in(again.check(unit));

@@ -84,7 +84,7 @@ inline bool read_deltas(BitReader& reader, HevcReferenceSet& set, std::uint32_t 
 inline bool read_reference_set(BitReader& reader, const std::vector<HevcReferenceSet>& sets,
                                std::size_t index, bool in_slice, HevcReferenceSet& set)
 {
-    set = {};
+    set.before = set.count = 0;
     if (index != 0 && reader.flag()) {
         const std::size_t back = in_slice ? std::size_t{reader.ue()} + 1 : 1;
         return back <= index && predict_reference_set(reader, sets[index - back], set);

@@ -52,6 +52,14 @@ inline Fingerprint fingerprint_of_ends(BytesView bytes) noexcept
     return {bytes.size(), mix(first, last)};
 }
 
+// An SPS, told from one that comes again unchanged.
+template <typename Sps>
+struct KnownSequence {
+    Sps sps;
+    Fingerprint fingerprint;
+    std::uint64_t number = 0; // no two of a stream share it
+};
+
 } // namespace detail
 } // namespace v1
 } // namespace nalsmith

@@ -30,7 +30,7 @@ public:
     {
         const Slice added = {place, fingerprint_of_ends(slice)};
         const Order order = order_of(added);
-        // Slices beyond any level's (H.264 Table A-1) are not kept; such a picture has no habit.
+        // Of more slices than any level has macroblocks (H.264 Table A-1) the rest is not kept.
         if ((order == Order::first || order == Order::grown) && slices_.size() < kMost) {
             slices_.push_back(added);
             if (begins)

@@ -46,11 +46,7 @@ public:
     }
 
 private:
-    struct Sequence {
-        AvcSps sps;
-        Fingerprint fingerprint;
-        std::uint64_t number = 0; // no two of a stream share it
-    };
+    using Sequence = KnownSequence<AvcSps>;
     static constexpr std::size_t kPlanes = 3;
     static constexpr std::size_t kStructures = 3; // frame, top field, bottom field
 

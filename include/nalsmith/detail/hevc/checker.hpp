@@ -58,11 +58,7 @@ public:
     }
 
 private:
-    struct Sequence {
-        HevcSequence sps;
-        Fingerprint fingerprint;
-        std::uint64_t number = 0; // no two of a stream share it
-    };
+    using Sequence = KnownSequence<HevcSequence>;
 
     // The parameter sets of a slice segment.
     struct Sets {

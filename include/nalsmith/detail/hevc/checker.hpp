@@ -81,6 +81,7 @@ private:
     ById<HevcPictureParameters, 256> pps_;
     std::uint64_t sequences_ = 0;
     HevcContinuity continuity_;
+    HevcPicture header_; // of the last picture; large enough to be kept for the next
     std::optional<HevcCurrent> picture_;
     PictureSlices slices_;
     SliceHabit habit_;
@@ -153,13 +154,12 @@ inline bool HevcChecker::begin_picture(const HevcSegment& segment, const Sets& s
         unit_.add(false);
         return false;
     }
-    HevcPicture picture;
-    static_cast<HevcSegment&>(picture) = segment;
-    if (!read_hevc_references(reader, sets.sequence->sps, picture) || reader.past_end()) {
+    header_.begin(segment);
+    if (!read_hevc_references(reader, sets.sequence->sps, header_) || reader.past_end()) {
         refuse(Finding::unreadable, segment);
         return false;
     }
-    const HevcContinuity::Answer answer = continuity_.judge(picture);
+    const HevcContinuity::Answer answer = continuity_.judge(header_);
     unit_.note(answer.finding);
     picture_.emplace();
     picture_->type = segment.type;

@@ -65,6 +65,7 @@ private:
     struct Held {
         std::int64_t count = 0;
         bool decodable = false;
+        bool kept = false; // while a picture is judged: it or later ones refer to this one
     };
 
     void enter(const HevcPicture& picture, bool starts, std::int64_t count) noexcept
@@ -103,14 +104,13 @@ private:
     // Keeps those that this picture or later ones refer to.
     Answer refer(const HevcPicture& picture, std::int64_t count)
     {
-        kept_.clear();
         bool complete = true;
         bool decodable = true;
-        const auto use = [&](const Held* held, bool used_now) {
+        const auto use = [&](Held* held, bool used_now) {
             complete = complete && (held != nullptr || !used_now);
             decodable = decodable && ((held != nullptr && held->decodable) || !used_now);
             if (held != nullptr)
-                kept_.push_back(*held);
+                held->kept = true;
         };
         const HevcReferenceSet& set = picture.references();
         for (std::size_t i = 0; i < set.count; ++i)
@@ -121,13 +121,22 @@ private:
                 entry.has_msb ? count - (count & mask) - std::int64_t{entry.msb_cycle} * picture.max_lsb : 0;
             use(find(whole + entry.lsb, entry.has_msb ? ~std::int64_t{0} : mask), entry.used_now);
         }
-        held_.swap(kept_);
+        forget_others();
         return {complete ? Finding::continuous : Finding::missing_reference, decodable};
     }
 
-    const Held* find(std::int64_t count, std::int64_t mask) const noexcept
+    void forget_others()
     {
+        std::size_t kept = 0;
         for (const Held& held : held_)
+            if (held.kept)
+                held_[kept++] = {held.count, held.decodable};
+        held_.resize(kept);
+    }
+
+    Held* find(std::int64_t count, std::int64_t mask) noexcept
+    {
+        for (Held& held : held_)
             if ((held.count & mask) == count)
                 return &held;
         return nullptr;
@@ -142,7 +151,6 @@ private:
     std::int64_t entry_count_ = 0;
     HevcPictureOrder order_;
     std::vector<Held> held_; // what may be referred to
-    std::vector<Held> kept_; // the same of the next picture, while it is judged
     RecentCounts counts_;
 };
 

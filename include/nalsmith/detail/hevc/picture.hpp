@@ -66,6 +66,15 @@ struct HevcPicture : HevcSegment {
     const HevcReferenceSet* of_sequence = nullptr; // it is one of those
     HevcReferenceSet own;
 
+    // Its references are still to be read.
+    void begin(const HevcSegment& segment) noexcept
+    {
+        static_cast<HevcSegment&>(*this) = segment;
+        long_term.clear();
+        of_sequence = nullptr;
+        own.count = 0;
+    }
+
     const HevcReferenceSet& references() const noexcept
     {
         return of_sequence != nullptr ? *of_sequence : own;

@@ -4,6 +4,7 @@
 #ifndef NALSMITH_ACCESS_UNIT_HPP
 #define NALSMITH_ACCESS_UNIT_HPP
 
+#include "nalsmith/picture.hpp"
 #include "nalsmith/sequence.hpp"
 
 namespace nalsmith {
@@ -57,6 +58,19 @@ struct AccessUnit {
     /// Other pictures may refer to it: H.264 `nal_ref_idc` is not 0, H.265 `nal_unit_type` is not that of a
     /// sub-layer non-reference picture (0, 2, ... 14).
     bool reference = false;
+    /// Of all its slices, in both codecs.
+    PictureKind kind = PictureKind::unknown;
+    /// Its place in output order: PicOrderCnt(CurrPic) (H.264 8.2.1) or PicOrderCntVal (H.265 8.3.1), which
+    /// grows from one picture to the next that is output. Of two fields the lower count. With
+    /// `memory_management_control_operation` 5 the count after the reset. None where the slice header cannot
+    /// be read. After a loss it may be off until the count begins anew.
+    std::optional<std::int64_t> picture_order;
+    /// `picture_order` begins anew: all pictures before in decoding order are output before this one. At an
+    /// H.264 IDR picture or operation 5, an H.265 IRAP picture with NoRaslOutputFlag 1, and the first picture
+    /// of a stream.
+    bool order_restarts = false;
+    /// Its recovery point SEI message, where it has a picture and the message.
+    std::optional<RecoveryPoint> recovery;
     /// Bytes put in that the input did not have.
     std::size_t inserted = 0;
     /// Zero bytes of the input that are not in `bytes`: of a run of more than 64 KiB, without those of the
@@ -72,6 +86,9 @@ struct AccessUnit {
     std::uint64_t position = 0;
     /// The tag of the call that brought its first byte.
     std::uint64_t tag = 0;
+
+    /// Decoding may begin here: with a key picture, or at a recovery point.
+    bool entry() const noexcept { return key || recovery.has_value(); }
 };
 
 } // namespace v1

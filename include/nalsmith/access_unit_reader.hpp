@@ -13,9 +13,9 @@ inline namespace v1 {
 
 /// How an AccessUnitReader works.
 struct ReaderOptions {
-    /// Gives every key access unit the parameter sets in force for it that it lacks: the latest of its SPS,
-    /// of the VPS of that and of every PPS of that. Each is put after the delimiter and after the access
-    /// unit's own sets of its kind and of those that it depends on.
+    /// Gives every access unit at which decoding may begin (AccessUnit::entry()) the parameter sets in force
+    /// for it that it lacks: the latest of its SPS, of the VPS of that and of every PPS of that. Each is put
+    /// after the delimiter and after the access unit's own sets of its kind and of those that it depends on.
     bool self_contained = false;
     /// Each piece of input is one access unit and comes out at once, unchanged (except for the option above).
     /// Nothing is copied: the piece has to stay valid until the access unit has been used.
@@ -241,6 +241,10 @@ inline AccessUnit AccessUnitReader::describe(const detail::Draft& unit, BytesVie
     described.key = unit.key;
     described.has_picture = unit.content == detail::Draft::Content::picture;
     described.reference = unit.reference;
+    described.kind = unit.kind;
+    described.picture_order = unit.picture_order;
+    described.order_restarts = unit.order_restarts;
+    described.recovery = unit.recovery;
     described.zeros_left_out = unit.zeros_left_out;
     described.sequence = unit.sequence;
     described.picture_type = unit.picture_type;

@@ -7,7 +7,7 @@
 #include "nalsmith/access_unit.hpp"
 #include "nalsmith/detail/avc/checker.hpp"
 #include "nalsmith/detail/hevc/checker.hpp"
-#include "nalsmith/detail/sei/find.hpp"
+#include "nalsmith/detail/sei/recovery_point.hpp"
 #include "nalsmith/handles.hpp"
 
 namespace nalsmith {
@@ -116,15 +116,9 @@ private:
         else if (nal.is_delimiter())
             avc ? avc_.take_delimiter() : hevc_.take_delimiter();
         else if (avc && nal.is_sei())
-            take_recovery_point(nal);
+            avc_.take_recovery_point(detail::find_recovery_point(nal));
         else if (!avc && nal.ends_sequence())
             hevc_.end_sequence();
-    }
-
-    void take_recovery_point(const NalUnit& sei) noexcept
-    {
-        if (const auto payload = detail::find_sei_payload(sei, detail::kSeiRecoveryPoint))
-            avc_.take_recovery_point(detail::read_avc_recovery_point(*payload));
     }
 
     Verdict end_unit(BytesView unit)

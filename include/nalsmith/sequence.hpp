@@ -12,7 +12,8 @@
 namespace nalsmith {
 inline namespace v1 {
 
-/// The sequence fields of VideoInfo, with the meaning that they have there.
+/// The sequence fields of VideoInfo, with the meaning that they have there, and what else a sequence
+/// parameter set says of the pictures.
 struct SequenceParameters {
     std::uint32_t width = 0;                           ///< luma samples, after cropping
     std::uint32_t height = 0;                          ///< luma samples, after cropping
@@ -25,9 +26,26 @@ struct SequenceParameters {
     std::uint32_t colour_primaries = 0;                ///< 2 is unspecified (H.264 Table E-3)
     std::uint32_t transfer_characteristics = 0;        ///< 2 is unspecified (H.264 Table E-4)
     std::uint32_t matrix_coefficients = 0;             ///< 2 is unspecified (H.264 Table E-5)
+    std::uint32_t profile_idc = 0;                     ///< H.264 A.2; H.265 A.3, `general_profile_idc`
+    std::uint32_t level_idc = 0; ///< H.264: ten times the level; H.265 `general_level_idc`: thirty times
+    bool high_tier = false;      ///< H.265 `general_tier_flag`
+    /// H.265 `general_profile_compatibility_flag[0]` to `[31]`, the first in the highest bit.
+    std::uint32_t profile_compatibility_flags = 0;
+    /// H.264: the byte that begins with `constraint_set0_flag`. H.265: the 48 bits that begin with
+    /// `general_progressive_source_flag`. The first flag is in the highest bit.
+    std::uint64_t constraint_flags = 0;
+    std::uint32_t chroma_format_idc = 0; ///< 0: luma alone, 1: 4:2:0, 2: 4:2:2, 3: 4:4:4
+    std::uint32_t bit_depth_luma = 0;    ///< bits of a sample
+    std::uint32_t bit_depth_chroma = 0;  ///< bits of a sample
+    /// H.264: pictures may be fields, or frames with pairs of macroblocks of either (`frame_mbs_only_flag` is
+    /// 0). H.265: each picture is a field (`field_seq_flag`).
+    bool field_coding = false;
+    std::uint32_t sar_width = 0;  ///< a sample's width is to its height as this to `sar_height`; 0: not told
+    std::uint32_t sar_height = 0; ///< see `sar_width`
 };
 
-/// Those of a record that the library has filled; all zero unless its `sequenceInfoValid` is 1.
+/// Those of a record that the library has filled, which go as far as `matrix_coefficients`; all zero unless
+/// its `sequenceInfoValid` is 1.
 inline SequenceParameters sequence_parameters(const VideoInfo& info) noexcept
 {
     SequenceParameters fields;
@@ -72,10 +90,12 @@ inline void set_size(SequenceParameters& to, std::uint32_t coded_width, std::uin
     to.height = coded_height - unit.unit_y * offsets[2] - unit.unit_y * offsets[3];
 }
 
-inline void set_video_signal(SequenceParameters& to, const Vui& vui) noexcept
+inline void set_vui(SequenceParameters& to, const Vui& vui) noexcept
 {
     if (!vui.present)
         return;
+    to.sar_width = vui.sar_width;
+    to.sar_height = vui.sar_height;
     to.video_signal_type_present_flag = vui.video_signal_type_present_flag;
     to.video_format = vui.video_format;
     to.video_full_range_flag = vui.video_full_range_flag;
@@ -85,16 +105,30 @@ inline void set_video_signal(SequenceParameters& to, const Vui& vui) noexcept
     to.matrix_coefficients = vui.matrix_coefficients;
 }
 
+// Of either codec's SPS.
+template <typename Sps>
+void set_samples(SequenceParameters& to, const Sps& sps) noexcept
+{
+    to.chroma_format_idc = sps.chroma_format_idc;
+    to.bit_depth_luma = sps.bit_depth_luma_minus8 + 8;
+    to.bit_depth_chroma = sps.bit_depth_chroma_minus8 + 8;
+}
+
 inline SequenceParameters sequence_of(const AvcSps& sps) noexcept
 {
     SequenceParameters sequence;
+    sequence.profile_idc = sps.profile_idc;
+    sequence.level_idc = sps.level_idc;
+    sequence.constraint_flags = sps.constraint_set_flags;
+    sequence.field_coding = !sps.frame_mbs_only_flag;
+    set_samples(sequence, sps);
     // A map unit is two macroblock rows high where fields may occur, and so is a crop unit.
     const std::uint32_t rows = sps.frame_mbs_only_flag ? 1 : 2;
     Cropping unit = crop_unit(sps.chroma_format_idc);
     unit.unit_y *= rows;
     set_size(sequence, 16 * (sps.pic_width_in_mbs_minus1 + 1),
              16 * rows * (sps.pic_height_in_map_units_minus1 + 1), sps.frame_crop, unit);
-    set_video_signal(sequence, sps.vui);
+    set_vui(sequence, sps.vui);
     if (sps.vui.timing_info_present_flag) {
         sequence.frame_rate_num = sps.vui.time_scale;
         sequence.frame_rate_den = 2 * sps.vui.num_units_in_tick; // a frame takes two ticks
@@ -112,9 +146,16 @@ inline void set_timing(SequenceParameters& to, const HevcVps& vps) noexcept
 inline SequenceParameters sequence_of(const HevcSps& sps, const HevcVps& vps) noexcept
 {
     SequenceParameters sequence;
+    sequence.profile_idc = sps.profile.general_profile_idc;
+    sequence.level_idc = sps.profile.general_level_idc;
+    sequence.high_tier = sps.profile.general_tier_flag;
+    sequence.profile_compatibility_flags = sps.profile.general_profile_compatibility_flags;
+    sequence.constraint_flags = sps.profile.general_constraint_flags;
+    sequence.field_coding = sps.field_seq_flag;
+    set_samples(sequence, sps);
     set_size(sequence, sps.pic_width_in_luma_samples, sps.pic_height_in_luma_samples, sps.conf_win,
              crop_unit(sps.chroma_format_idc));
-    set_video_signal(sequence, sps.vui);
+    set_vui(sequence, sps.vui);
     set_timing(sequence, vps);
     if (sps.vui.timing_info_present_flag) {
         sequence.frame_rate_num = sps.vui.time_scale;

@@ -2,6 +2,7 @@
 // What the C++ layer reads of H.264 headers: all that was written, and the same as the library, which stops
 // earlier.
 #include "Handles.h"
+#include "LayerFields.h"
 #include "RandomElements.h"
 #include "nalsmith/detail/avc/picture_order.hpp"
 #include "nalsmith/detail/payload.hpp"
@@ -242,7 +243,7 @@ TEST(AvcLayerHeaders, AreReadAsWrittenAndAsTheLibraryReadsThem)
         EXPECT_EQ(info.sequenceInfoValid, 1u);
         if (sps.profile_idc == 135)
             continue; // where the library reads no chroma format
-        EXPECT_EQ(SequenceFieldsOf(info), std::bit_cast<SequenceFields>(sequence_of(readSps)));
+        EXPECT_EQ(SequenceFieldsOf(info), fields_of(sequence_of(readSps)));
         const CParseAVCParams& parser = handle.Avc();
         EXPECT_EQ((std::bit_cast<std::array<u32, 8>>(*parser.spsTable[sps.seq_parameter_set_id])),
                   sps.Kept());

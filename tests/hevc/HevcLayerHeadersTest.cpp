@@ -3,6 +3,7 @@
 // earlier.
 #include "Handles.h"
 #include "HevcStream.h"
+#include "LayerFields.h"
 #include "RandomElements.h"
 #include "nalsmith/detail/hevc/picture.hpp"
 #include "nalsmith/detail/payload.hpp"
@@ -234,8 +235,8 @@ TEST(HevcLayerHeaders, AreReadAsWrittenAndAsTheLibraryReadsThem)
         const ParsingHandle handle(VideoCodecHEVC);
         handle.Feed(Delimiter{} + vpsBytes + spsBytes + ppsBytes);
         EXPECT_EQ(SequenceFieldsOf(handle.Flush().info),
-                  std::bit_cast<SequenceFields>(sequence_of(read_hevc_sps(bits_of(NalOf(spsBytes))),
-                                                            read_hevc_vps(bits_of(NalOf(vpsBytes))))));
+                  fields_of(sequence_of(read_hevc_sps(bits_of(NalOf(spsBytes))),
+                                        read_hevc_vps(bits_of(NalOf(vpsBytes))))));
         ASSERT_NE(handle.Hevc().spsTable[sps.sps_seq_parameter_set_id], nullptr);
         ASSERT_NE(handle.Hevc().vpsTable[sps.sps_video_parameter_set_id], nullptr);
         const HevcSpsRecord& known = *handle.Hevc().spsTable[sps.sps_seq_parameter_set_id];

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Bytes in, access units out.
+#include "LayerFields.h"
 #include "LayerStreams.h"
 #include "UnitModel.h"
 
@@ -11,21 +12,6 @@ namespace {
 
 using namespace layertest;
 using nlohmann::json;
-
-std::vector<std::uint32_t> fields_of(const SequenceParameters& s)
-{
-    return {s.width,
-            s.height,
-            s.frame_rate_num,
-            s.frame_rate_den,
-            s.video_signal_type_present_flag,
-            s.video_format,
-            s.video_full_range_flag,
-            s.colour_description_present_flag,
-            s.colour_primaries,
-            s.transfer_characteristics,
-            s.matrix_coefficients};
-}
 
 json all_facts()
 {

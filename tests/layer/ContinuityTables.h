@@ -7,6 +7,7 @@
 //   t b  a top or a bottom field    @n  first_mb_in_slice       ~n  pic_order_cnt_lsb
 //   x    operation 5                &n  colour_plane_id         #n  pic_parameter_set_id
 //   q    redundant                  !   other data              z   cut after two bytes
+//   w    a header of 300 bytes
 //   En An Ln  after a recovery point in n frames: exact, approximate, exact with a broken link
 // $ is the SPS with other contents, ^ a delimiter, of either codec. Without ~ the order count grows by 2, for
 // fields by 1.
@@ -15,7 +16,7 @@
 // with its picture order count; then:
 //   -n +n  it refers to the picture so many before or after    k-n k+n  only later ones do
 //   l m    with the lsb, or the whole count, of a long-term picture that it refers to
-//   @n     slice_segment_address                               d        dependent
+//   @n     slice_segment_address      d  dependent             b        of B slices
 // E is the end of a sequence.
 //
 // Expected of each access unit: a letter for the finding, and + when it can be decoded.
@@ -108,6 +109,7 @@ private:
             case '#': slice_.pps.pic_parameter_set_id = value; break;
             case 'x': reset_ = true; break;
             case 'q': redundant = true; break;
+            case 'w': long_ = true; break;
             case '!': slice_.data = "dd ee ff"_bytes; break;
             case 'z': cut = true; break;
             default: before = recovery_point(option, value); break;
@@ -130,7 +132,7 @@ private:
         slice_.field_pic_flag = slice_.bottom_field_flag = 0;
         slice_.idr_pic_id = upper == 'D' ? 0 : 1;
         slice_.pic_order_cnt_lsb = count_ += 2;
-        reset_ = false;
+        reset_ = long_ = false;
     }
 
     BitWriter references(bool redundant) const
@@ -140,7 +142,11 @@ private:
         if (slice_.slice_type == 1)
             out.u(1, 1); // direct_spatial_mv_pred_flag
         if (slice_.slice_type != 2)
-            out.u(2 + slice_.slice_type, 0); // nothing overridden, lists as they are
+            out.u(1 + slice_.slice_type, 0).u(1, long_); // nothing overridden, lists as they are
+        for (int i = 0; long_ && i < 1200; ++i)
+            out.ue(0).ue(0); // modification_of_pic_nums_idc, abs_diff_pic_num_minus1
+        if (long_)
+            out.ue(3);
         if (slice_.nal_unit_type == avctest::kIdr)
             out.u(2, 0);
         else if (slice_.nal_ref_idc != 0)
@@ -162,7 +168,7 @@ private:
     avctest::Pps pps_;
     avctest::Slice slice_;
     u32 count_ = 0;
-    bool reset_ = false;
+    bool reset_ = false, long_ = false;
 };
 
 class HevcLine {
@@ -214,9 +220,11 @@ private:
                 slice_.first_slice_segment_in_pic_flag = number == 0 ? 1 : 0;
                 break;
             case 'd': slice_.dependent_slice_segment_flag = 1; break;
+            case 'b': slice_.slice_type = 0; break;
             case '!': slice_.data = "dd ee ff"_bytes; break;
             default:
                 slice_.nal_unit_type = types[kinds.find(option)];
+                slice_.slice_type = slice_.nal_unit_type >= 16 ? 2 : 1;
                 count_ = number;
                 slice_.slice_pic_order_cnt_lsb = static_cast<u32>(number) % 16;
                 references_.clear();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What parameter sets say of the pictures, and which of them are heard.
+#include "LayerFields.h"
 #include "LayerStreams.h"
 
 #include "HevcStream.h"
@@ -27,7 +28,7 @@ void expect_as_the_library_reads(Codec codec, BytesView stream)
     const SequenceParameters expected = sequence_parameters(info);
     const auto read = read_sequence(codec, sets, sets.all()[0].id);
     ASSERT_TRUE(read && info.sequenceInfoValid == 1);
-    ASSERT_EQ(std::memcmp(&*read, &expected, sizeof expected), 0) << testing::PrintToString(kept);
+    ASSERT_EQ(fields_of(*read), fields_of(expected)) << testing::PrintToString(kept);
 }
 
 TEST(Sequence, IsWhatTheLibraryReportsAlsoWhenDamaged)
@@ -122,6 +123,36 @@ TEST(Sequence, HasTheTimingOfItsVpsUnlessItHasItsOwn)
             }
         }
     }
+}
+
+TEST(Sequence, TellsProfileDepthsAndAspectRatio)
+{
+    const auto read = [](Codec codec, const ::Bytes& sps) {
+        ParameterSets sets;
+        sets.add_all(codec, BytesView(sps.data(), sps.size()));
+        const SequenceParameters s = read_sequence(codec, sets, 0).value_or(SequenceParameters());
+        return std::array<std::uint64_t, 11>{s.profile_idc,
+                                             s.constraint_flags,
+                                             s.level_idc,
+                                             s.chroma_format_idc,
+                                             s.bit_depth_luma,
+                                             s.bit_depth_chroma,
+                                             s.field_coding,
+                                             s.sar_width,
+                                             s.sar_height,
+                                             s.high_tier,
+                                             s.profile_compatibility_flags};
+    };
+    using Fields = std::array<std::uint64_t, 11>;
+    avctest::Sps avc{.profile_idc = 100, .constraint_flags = 0x53, .level_idc = 41, .chroma_format = true};
+    avc.chroma_format_idc = 2;
+    avc.frame_mbs_only_flag = 0;
+    avc.vui = avctest::Vui{.aspect_ratio_idc = 5};
+    EXPECT_EQ(read(Codec::h264, avc), (Fields{100, 0x53, 41, 2, 10, 9, 1, 40, 33}));
+    avc = {.vui = avctest::Vui{.aspect_ratio_idc = 255, .sar_width = 0x1234, .sar_height = 7}};
+    EXPECT_EQ(read(Codec::h264, avc), (Fields{66, 0, 30, 1, 8, 8, 0, 0x1234, 7}));
+    hevctest::Sps hevc{.subLayers = {{1, 1}}, .vui = avctest::Vui{.aspect_ratio_idc = 17}};
+    EXPECT_EQ(read(Codec::h265, hevc), (Fields{1, 0x9555'5555'5555, 93, 1, 10, 9, 0, 0, 0, 1, 0x6000'0001}));
 }
 
 // The latest of each, once, after those that the unit brings itself; none of another SPS.

@@ -51,7 +51,14 @@ public:
         return value;
     }
 
-    bool flag() noexcept { return bits(1) != 0; }
+    bool flag() noexcept
+    {
+        if (bits_ == 0)
+            return bits(1) != 0;
+        const bool value = cache_ >> 63 != 0;
+        consume(1);
+        return value;
+    }
 
     std::uint32_t ue() noexcept
     {

@@ -5,12 +5,16 @@
 
 #include "nalsmith/detail/bits.hpp"
 
+#include <array>
+
 namespace nalsmith {
 inline namespace v1 {
 namespace detail {
 
 struct Vui {
     bool present = false;
+    std::uint32_t sar_width = 0; // of a sample; 0: unspecified
+    std::uint32_t sar_height = 0;
     bool video_signal_type_present_flag = false;
     std::uint32_t video_format = 5; // unspecified
     bool video_full_range_flag = false;
@@ -23,15 +27,48 @@ struct Vui {
     std::uint32_t time_scale = 0;
 };
 
+// Tables E-1 of both standards.
+inline void read_sample_aspect_ratio(BitReader& reader, Vui& vui) noexcept
+{
+    struct Ratio {
+        std::uint8_t width, height;
+    };
+    static constexpr std::array<Ratio, 17> kRatios = {{{0, 0},
+                                                       {1, 1},
+                                                       {12, 11},
+                                                       {10, 11},
+                                                       {16, 11},
+                                                       {40, 33},
+                                                       {24, 11},
+                                                       {20, 11},
+                                                       {32, 11},
+                                                       {80, 33},
+                                                       {18, 11},
+                                                       {15, 11},
+                                                       {64, 33},
+                                                       {160, 99},
+                                                       {4, 3},
+                                                       {3, 2},
+                                                       {2, 1}}};
+    constexpr std::uint32_t kExtendedSar = 255;
+    const std::uint32_t aspect_ratio_idc = reader.bits(8);
+    if (aspect_ratio_idc == kExtendedSar) {
+        vui.sar_width = reader.bits(16);
+        vui.sar_height = reader.bits(16);
+    } else if (aspect_ratio_idc < kRatios.size()) {
+        vui.sar_width = kRatios[aspect_ratio_idc].width;
+        vui.sar_height = kRatios[aspect_ratio_idc].height;
+    }
+}
+
 // As far as the chroma sample locations.
 inline void read_vui_head(BitReader& reader, Vui& vui) noexcept
 {
-    constexpr std::uint32_t kExtendedSar = 255;
     vui.present = true;
-    if (reader.flag() && reader.bits(8) == kExtendedSar) // aspect_ratio_info_present_flag, aspect_ratio_idc
-        reader.skip(32);                                 // sar_width, sar_height
-    if (reader.flag())                                   // overscan_info_present_flag
-        reader.flag();                                   // overscan_appropriate_flag
+    if (reader.flag()) // aspect_ratio_info_present_flag
+        read_sample_aspect_ratio(reader, vui);
+    if (reader.flag()) // overscan_info_present_flag
+        reader.flag(); // overscan_appropriate_flag
     vui.video_signal_type_present_flag = reader.flag();
     if (vui.video_signal_type_present_flag) {
         vui.video_format = reader.bits(3);

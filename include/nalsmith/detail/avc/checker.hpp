@@ -32,7 +32,11 @@ public:
     // A picture begins after it.
     void take_delimiter() noexcept { delimited_ = true; }
     // Of the picture to come in this access unit.
-    void take_recovery_point(const AvcRecoveryPoint& point) noexcept { recovery_point_ = point; }
+    void take_recovery_point(const std::optional<RecoveryPoint>& point) noexcept
+    {
+        if (point)
+            recovery_point_ = point;
+    }
     UnitFindings::Answer end_unit();
 
     // Another place of the stream: parameter sets stay.
@@ -67,7 +71,7 @@ private:
     AvcContinuity continuity_;
     AvcPictureOrder order_;
     AvcDecodable decodable_;
-    std::optional<AvcRecoveryPoint> recovery_point_; // of the picture to come
+    std::optional<RecoveryPoint> recovery_point_; // of the picture to come
     std::optional<AvcCurrent> picture_;
     std::array<PictureSlices, kPlanes> slices_;
     std::array<std::array<SliceHabit, kPlanes>, kStructures> habits_;

@@ -4,6 +4,7 @@
 #define NALSMITH_DETAIL_AVC_DECODABLE_HPP
 
 #include "nalsmith/detail/avc/picture.hpp"
+#include "nalsmith/picture.hpp"
 
 #include <limits>
 #include <optional>
@@ -11,22 +12,6 @@
 namespace nalsmith {
 inline namespace v1 {
 namespace detail {
-
-// recovery_point() (D.1.8)
-struct AvcRecoveryPoint {
-    std::uint32_t recovery_frame_cnt = 0;
-    bool exact_match_flag = false;
-    bool broken_link_flag = false;
-};
-
-inline AvcRecoveryPoint read_avc_recovery_point(BitReader reader) noexcept
-{
-    AvcRecoveryPoint point;
-    point.recovery_frame_cnt = reader.ue();
-    point.exact_match_flag = reader.flag();
-    point.broken_link_flag = reader.flag();
-    return point;
-}
 
 class AvcDecodable {
 public:
@@ -39,16 +24,16 @@ public:
 
     // Whether the next picture can be decoded, of this picture order count and position (see AvcContinuity).
     bool judge(const AvcPicture& picture, std::int64_t count, std::uint64_t position,
-               const std::optional<AvcRecoveryPoint>& point) noexcept
+               const std::optional<RecoveryPoint>& point) noexcept
     {
-        if (point && point->broken_link_flag)
+        if (point && point->broken_link)
             lose();
         if (picture.IdrPicFlag) {
             good_ = true;
             first_count_ = kAny;
             recovery_.reset();
         } else if (!good_ && point && recovers(*point, picture)) {
-            const std::uint64_t at = position + point->recovery_frame_cnt;
+            const std::uint64_t at = position + frame_num_steps(*point);
             recovery_ = recovery_ && *recovery_ < at ? *recovery_ : at;
         }
         if (recovery_ && picture.reference() && position >= *recovery_) {
@@ -65,10 +50,13 @@ public:
 private:
     static constexpr std::int64_t kAny = std::numeric_limits<std::int64_t>::min();
 
-    static bool recovers(const AvcRecoveryPoint& point, const AvcPicture& picture) noexcept
+    static std::uint32_t frame_num_steps(const RecoveryPoint& point) noexcept
     {
-        return point.exact_match_flag && !point.broken_link_flag &&
-               point.recovery_frame_cnt < picture.max_frame_num;
+        return static_cast<std::uint32_t>(point.count);
+    }
+    static bool recovers(const RecoveryPoint& point, const AvcPicture& picture) noexcept
+    {
+        return point.exact && !point.broken_link && frame_num_steps(point) < picture.max_frame_num;
     }
 
     bool good_ = false;

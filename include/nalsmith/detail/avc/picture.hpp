@@ -107,12 +107,14 @@ inline bool has_readable_slices(const AvcSps& sps) noexcept
 // A.2.1, A.2.3: Baseline, unless Main as well, and Extended.
 inline bool allows_arbitrary_order(const AvcSps& sps, const AvcPps& pps) noexcept
 {
-    return pps.slice_groups || sps.profile_idc == 88 || (sps.profile_idc == 66 && !sps.constraint_set1_flag);
+    return pps.slice_groups || sps.profile_idc == 88 ||
+           (sps.profile_idc == 66 && !sps.constraint_set1_flag());
 }
 
-// After pic_parameter_set_id. False when the header contradicts the parameter sets or itself.
-inline bool read_avc_picture(BitReader& reader, const AvcSps& sps, const AvcPps& pps,
-                             AvcPicture& picture) noexcept
+// After the numbers of the slice, to the end of what its picture is known by. False when the header
+// contradicts the parameter sets or itself, or ends too early.
+inline bool read_avc_picture_rest(BitReader& reader, const AvcSps& sps, const AvcPps& pps,
+                                  AvcPicture& picture) noexcept
 {
     constexpr std::uint32_t kMostSliceType = 9;
     if (!has_readable_slices(sps) || picture.slice_type > kMostSliceType)
@@ -122,11 +124,18 @@ inline bool read_avc_picture(BitReader& reader, const AvcSps& sps, const AvcPps&
     picture.pic_order_cnt_type = sps.pic_order_cnt_type;
     picture.max_lsb = 1U << sps.lsb_bits;
     picture.arbitrary_order = allows_arbitrary_order(sps, pps);
-    read_avc_slice_numbers(reader, sps, pps.bottom_field_pic_order_in_frame_present_flag, picture);
     if (pps.redundant_pic_cnt_present_flag)
         picture.redundant = reader.ue() != 0;
     read_avc_references(reader, sps, pps, picture);
     return picture.colour_plane_id < 3 && !reader.past_end();
+}
+
+// After pic_parameter_set_id.
+inline bool read_avc_picture(BitReader& reader, const AvcSps& sps, const AvcPps& pps,
+                             AvcPicture& picture) noexcept
+{
+    read_avc_slice_numbers(reader, sps, pps.bottom_field_pic_order_in_frame_present_flag, picture);
+    return read_avc_picture_rest(reader, sps, pps, picture);
 }
 
 } // namespace detail

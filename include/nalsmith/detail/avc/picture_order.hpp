@@ -13,7 +13,8 @@ namespace detail {
 class AvcPictureOrder {
 public:
     // PicOrderCnt() of a frame or field. With memory_management_control_operation 5 the one before the reset;
-    // after it the count is 0.
+    // after it the count is 0. Where a stream does not begin with an IDR picture, its first picture has a
+    // PicOrderCntMsb of 0.
     std::int64_t next(const AvcPicture& picture, const AvcSps& sps) noexcept
     {
         return sps.pic_order_cnt_type == 0 ? by_lsb(picture) : by_frame_num(picture, sps);
@@ -25,6 +26,9 @@ private:
     {
         if (picture.IdrPicFlag)
             prev_msb_ = prev_lsb_ = 0;
+        else if (!began_)
+            prev_lsb_ = picture.pic_order_cnt_lsb;
+        began_ = true;
         const std::int64_t msb =
             pic_order_cnt_msb(picture.pic_order_cnt_lsb, picture.max_lsb, prev_lsb_, prev_msb_);
         const std::int64_t first = msb + picture.pic_order_cnt_lsb;
@@ -83,6 +87,7 @@ private:
     std::uint32_t prev_lsb_ = 0;
     std::uint32_t prev_frame_num_ = 0;
     std::uint64_t frame_num_offset_ = 0;
+    bool began_ = false;
 };
 
 } // namespace detail

@@ -15,10 +15,13 @@ namespace detail {
 
 struct AvcSps {
     std::uint32_t profile_idc = 0;
-    bool constraint_set1_flag = false;
+    std::uint32_t constraint_set_flags = 0; // the byte as it stands: constraint_set0_flag is the highest bit
+    std::uint32_t level_idc = 0;
     std::uint32_t seq_parameter_set_id = 0;
     std::uint32_t chroma_format_idc = 1;
     bool separate_colour_plane_flag = false;
+    std::uint32_t bit_depth_luma_minus8 = 0;
+    std::uint32_t bit_depth_chroma_minus8 = 0;
     std::uint32_t frame_num_bits = 4; // log2_max_frame_num_minus4 + 4
     std::uint32_t pic_order_cnt_type = 0;
     std::uint32_t lsb_bits = 4; // log2_max_pic_order_cnt_lsb_minus4 + 4
@@ -33,6 +36,7 @@ struct AvcSps {
     std::array<std::uint32_t, 4> frame_crop = {}; // left, right, top, bottom
     Vui vui;
 
+    bool constraint_set1_flag() const noexcept { return (constraint_set_flags & 0x40U) != 0; }
     std::uint32_t chroma_array_type() const noexcept
     {
         return separate_colour_plane_flag ? 0 : chroma_format_idc;
@@ -74,7 +78,8 @@ inline void read_avc_chroma_format(BitReader& reader, AvcSps& sps) noexcept
 {
     sps.chroma_format_idc = reader.ue();
     sps.separate_colour_plane_flag = sps.chroma_format_idc == 3 && reader.flag();
-    reader.skip_ue(2);  // bit_depth_luma_minus8, bit_depth_chroma_minus8
+    sps.bit_depth_luma_minus8 = reader.ue();
+    sps.bit_depth_chroma_minus8 = reader.ue();
     reader.flag();      // qpprime_y_zero_transform_bypass_flag
     if (!reader.flag()) // seq_scaling_matrix_present_flag
         return;
@@ -108,9 +113,8 @@ inline AvcSps read_avc_sps(BitReader reader)
 {
     AvcSps sps;
     sps.profile_idc = reader.bits(8);
-    reader.flag(); // constraint_set0_flag
-    sps.constraint_set1_flag = reader.flag();
-    reader.skip(14); // the other constraint flags, level_idc
+    sps.constraint_set_flags = reader.bits(8); // with reserved_zero_2bits
+    sps.level_idc = reader.bits(8);
     sps.seq_parameter_set_id = reader.ue();
     if (has_chroma_format(sps.profile_idc))
         read_avc_chroma_format(reader, sps);

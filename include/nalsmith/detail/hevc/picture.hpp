@@ -13,14 +13,19 @@ namespace nalsmith {
 inline namespace v1 {
 namespace detail {
 
-// What an SPS says about slice segments and about the pictures that others refer to.
-struct HevcSequence {
-    std::uint32_t sps_video_parameter_set_id = 0;
-    std::uint32_t sps_seq_parameter_set_id = 0;
+// What slice segment headers are read by.
+struct HevcPictureFormat {
     bool separate_colour_plane_flag = false;
     std::uint64_t width = 0; // of a picture, in CTBs
     std::uint64_t height = 0;
+    std::uint32_t address_bits = 0; // of slice_segment_address
     std::uint32_t lsb_bits = 4;
+};
+
+// With what an SPS says about the pictures that others refer to.
+struct HevcSequence : HevcPictureFormat {
+    std::uint32_t sps_video_parameter_set_id = 0;
+    std::uint32_t sps_seq_parameter_set_id = 0;
     std::vector<HevcReferenceSet> sets;
     bool long_term_present = false;
     std::vector<HevcDelta> long_term; // picture order count lsb
@@ -45,6 +50,7 @@ struct HevcSegment {
     unsigned temporal_id = 0;
     bool first_slice_segment_in_pic_flag = false;
     bool dependent_slice_segment_flag = false;
+    std::uint32_t slice_type = 0; // of an independent one
     std::uint32_t slice_pic_parameter_set_id = 0;
     std::uint64_t slice_segment_address = 0;
     std::uint32_t lsb = 0;
@@ -82,26 +88,37 @@ struct HevcPicture : HevcSegment {
 };
 
 // None for one that the standard does not have.
+inline std::optional<HevcPictureFormat> format_of(const HevcSps& sps) noexcept
+{
+    constexpr std::uint32_t kMostLog2LsbMinus4 = 12;
+    constexpr std::uint64_t kMostLog2CtbSize = 6;
+    if (sps.log2_max_pic_order_cnt_lsb_minus4 > kMostLog2LsbMinus4 || sps.log2_ctb_size > kMostLog2CtbSize ||
+        sps.pic_width_in_luma_samples == 0 || sps.pic_height_in_luma_samples == 0)
+        return std::nullopt;
+    const auto in_ctbs = [&](std::uint64_t samples) {
+        return (samples + (std::uint64_t{1} << sps.log2_ctb_size) - 1) >> sps.log2_ctb_size;
+    };
+    HevcPictureFormat format;
+    format.separate_colour_plane_flag = sps.separate_colour_plane_flag;
+    format.width = in_ctbs(sps.pic_width_in_luma_samples);
+    format.height = in_ctbs(sps.pic_height_in_luma_samples);
+    format.address_bits = bits_for(format.width * format.height);
+    format.lsb_bits = sps.log2_max_pic_order_cnt_lsb_minus4 + 4;
+    return format;
+}
+
+// None for one that the standard does not have.
 inline std::optional<HevcSequence> read_hevc_sequence(BitReader reader)
 {
     HevcSps sps;
     read_hevc_sps_head(reader, sps);
-    constexpr std::uint32_t kMostLog2LsbMinus4 = 12;
-    constexpr std::uint64_t kMostLog2CtbSize = 6;
-    if (sps.num_short_term_ref_pic_sets > HevcSps::kMostReferenceSets ||
-        sps.log2_max_pic_order_cnt_lsb_minus4 > kMostLog2LsbMinus4 || sps.log2_ctb_size > kMostLog2CtbSize ||
-        sps.pic_width_in_luma_samples == 0 || sps.pic_height_in_luma_samples == 0)
+    const std::optional<HevcPictureFormat> format = format_of(sps);
+    if (!format || sps.num_short_term_ref_pic_sets > HevcSps::kMostReferenceSets)
         return std::nullopt;
     HevcSequence sequence;
+    static_cast<HevcPictureFormat&>(sequence) = *format;
     sequence.sps_video_parameter_set_id = sps.sps_video_parameter_set_id;
     sequence.sps_seq_parameter_set_id = sps.sps_seq_parameter_set_id;
-    sequence.separate_colour_plane_flag = sps.separate_colour_plane_flag;
-    const auto in_ctbs = [&](std::uint64_t samples) {
-        return (samples + (std::uint64_t{1} << sps.log2_ctb_size) - 1) >> sps.log2_ctb_size;
-    };
-    sequence.width = in_ctbs(sps.pic_width_in_luma_samples);
-    sequence.height = in_ctbs(sps.pic_height_in_luma_samples);
-    sequence.lsb_bits = sps.log2_max_pic_order_cnt_lsb_minus4 + 4;
     sequence.sets.resize(sps.num_short_term_ref_pic_sets);
     for (std::size_t i = 0; i < sequence.sets.size(); ++i)
         if (!read_reference_set(reader, sequence.sets, i, false, sequence.sets[i]))
@@ -162,25 +179,46 @@ inline void read_hevc_segment_begin(BitReader& reader, HevcSegment& segment) noe
     segment.slice_pic_parameter_set_id = reader.ue();
 }
 
-// From there to the picture order count. False for an address past the picture.
-inline bool read_hevc_segment(BitReader& reader, const HevcSequence& sequence, const HevcPps& pps,
-                              HevcSegment& segment) noexcept
+// From there to the slice type. False for an address past the picture.
+inline bool read_hevc_segment_type(BitReader& reader, const HevcPictureFormat& format, const HevcPps& pps,
+                                   HevcSegment& segment) noexcept
 {
-    segment.max_lsb = 1U << sequence.lsb_bits;
     if (!segment.first_slice_segment_in_pic_flag) {
-        const std::uint64_t size = sequence.width * sequence.height;
         segment.dependent_slice_segment_flag = pps.dependent_slice_segments_enabled_flag && reader.flag();
-        segment.slice_segment_address = reader.bits(bits_for(size));
-        if (segment.slice_segment_address == 0 || segment.slice_segment_address >= size)
+        segment.slice_segment_address = reader.bits(format.address_bits);
+        if (segment.slice_segment_address == 0 ||
+            segment.slice_segment_address >= format.width * format.height)
             return false;
         if (segment.dependent_slice_segment_flag)
             return true;
     }
-    reader.skip(pps.num_extra_slice_header_bits);
-    reader.ue(); // slice_type
-    reader.skip((pps.output_flag_present_flag ? 1U : 0U) + (sequence.separate_colour_plane_flag ? 2U : 0U));
+    if (pps.num_extra_slice_header_bits != 0)
+        reader.bits(pps.num_extra_slice_header_bits); // slice_reserved_flag[i]
+    segment.slice_type = reader.ue();
+    return true;
+}
+
+// From there to the picture order count, of an independent slice segment.
+inline void read_hevc_segment_order(BitReader& reader, const HevcPictureFormat& format, const HevcPps& pps,
+                                    HevcSegment& segment) noexcept
+{
+    segment.max_lsb = 1U << format.lsb_bits;
+    if (pps.output_flag_present_flag)
+        reader.flag(); // pic_output_flag
+    if (format.separate_colour_plane_flag)
+        reader.bits(2); // colour_plane_id
     if (!segment.idr())
-        segment.lsb = reader.bits(sequence.lsb_bits);
+        segment.lsb = reader.bits(format.lsb_bits);
+}
+
+// Both.
+inline bool read_hevc_segment(BitReader& reader, const HevcPictureFormat& format, const HevcPps& pps,
+                              HevcSegment& segment) noexcept
+{
+    if (!read_hevc_segment_type(reader, format, pps, segment))
+        return false;
+    if (!segment.dependent_slice_segment_flag)
+        read_hevc_segment_order(reader, format, pps, segment);
     return true;
 }
 

@@ -19,20 +19,33 @@ struct HevcVps {
     std::uint32_t time_scale = 0;
 };
 
+// The general part of profile_tier_level().
+struct HevcProfile {
+    bool general_tier_flag = false;
+    std::uint32_t general_profile_idc = 0;
+    std::uint32_t general_profile_compatibility_flags = 0; // [0] is the highest bit
+    std::uint64_t general_constraint_flags = 0;            // 48 bits, from general_progressive_source_flag on
+    std::uint32_t general_level_idc = 0;
+};
+
 struct HevcSps {
     static constexpr std::uint32_t kMostReferenceSets = 64;
 
     std::uint32_t sps_video_parameter_set_id = 0;
     std::uint32_t sps_seq_parameter_set_id = 0;
+    HevcProfile profile;
     std::uint32_t chroma_format_idc = 0;
     bool separate_colour_plane_flag = false;
     std::uint32_t pic_width_in_luma_samples = 0;
     std::uint32_t pic_height_in_luma_samples = 0;
     std::array<std::uint32_t, 4> conf_win = {}; // left, right, top, bottom
+    std::uint32_t bit_depth_luma_minus8 = 0;
+    std::uint32_t bit_depth_chroma_minus8 = 0;
     std::uint32_t log2_max_pic_order_cnt_lsb_minus4 = 0;
     std::uint64_t log2_ctb_size = 4;               // CtbLog2SizeY
     std::uint32_t num_short_term_ref_pic_sets = 0; // more than the standard allows: what follows is not read
     Vui vui;
+    bool field_seq_flag = false;
 };
 
 struct HevcPps {
@@ -44,13 +57,20 @@ struct HevcPps {
 };
 
 // profile_tier_level(1, maxNumSubLayersMinus1) (7.3.3)
-inline void skip_profile_tier_level(BitReader& reader, std::uint32_t max_sub_layers_minus1) noexcept
+inline HevcProfile read_profile_tier_level(BitReader& reader, std::uint32_t max_sub_layers_minus1) noexcept
 {
     constexpr unsigned kProfileBits = 88;
     constexpr unsigned kLevelBits = 8;
-    reader.skip(kProfileBits + kLevelBits);
+    HevcProfile profile;
+    reader.skip(2); // general_profile_space
+    profile.general_tier_flag = reader.flag();
+    profile.general_profile_idc = reader.bits(5);
+    profile.general_profile_compatibility_flags = reader.bits(32);
+    profile.general_constraint_flags = std::uint64_t{reader.bits(16)} << 32;
+    profile.general_constraint_flags |= reader.bits(32);
+    profile.general_level_idc = reader.bits(8);
     if (max_sub_layers_minus1 == 0)
-        return;
+        return profile;
     unsigned bits = 0;
     for (unsigned i = 0; i < 8; ++i) { // the flags of layers that are not there are reserved bits
         const bool profile_present = reader.flag();
@@ -59,6 +79,7 @@ inline void skip_profile_tier_level(BitReader& reader, std::uint32_t max_sub_lay
             bits += (profile_present ? kProfileBits : 0) + (level_present ? kLevelBits : 0);
     }
     reader.skip(bits);
+    return profile;
 }
 
 inline void skip_sub_layer_ordering_info(BitReader& reader, std::uint32_t max_sub_layers_minus1) noexcept
@@ -75,7 +96,7 @@ inline HevcVps read_hevc_vps(BitReader reader) noexcept
     reader.skip(8); // vps_base_layer_internal_flag to vps_max_layers_minus1
     const std::uint32_t vps_max_sub_layers_minus1 = reader.bits(3);
     reader.skip(17); // vps_temporal_id_nesting_flag, vps_reserved_0xffff_16bits
-    skip_profile_tier_level(reader, vps_max_sub_layers_minus1);
+    read_profile_tier_level(reader, vps_max_sub_layers_minus1);
     skip_sub_layer_ordering_info(reader, vps_max_sub_layers_minus1);
     const std::uint32_t vps_max_layer_id = reader.bits(6);
     const std::uint32_t vps_num_layer_sets_minus1 = reader.ue();
@@ -94,7 +115,7 @@ inline std::uint32_t read_hevc_sps_begin(BitReader& reader, HevcSps& sps) noexce
     sps.sps_video_parameter_set_id = reader.bits(4);
     const std::uint32_t sps_max_sub_layers_minus1 = reader.bits(3);
     reader.flag(); // sps_temporal_id_nesting_flag
-    skip_profile_tier_level(reader, sps_max_sub_layers_minus1);
+    sps.profile = read_profile_tier_level(reader, sps_max_sub_layers_minus1);
     sps.sps_seq_parameter_set_id = reader.ue();
     return sps_max_sub_layers_minus1;
 }
@@ -124,7 +145,8 @@ inline void read_hevc_sps_head(BitReader& reader, HevcSps& sps) noexcept
     if (reader.flag()) // conformance_window_flag
         for (std::uint32_t& offset : sps.conf_win)
             offset = reader.ue();
-    reader.skip_ue(2); // bit_depth_luma_minus8, bit_depth_chroma_minus8
+    sps.bit_depth_luma_minus8 = reader.ue();
+    sps.bit_depth_chroma_minus8 = reader.ue();
     sps.log2_max_pic_order_cnt_lsb_minus4 = reader.ue();
     skip_sub_layer_ordering_info(reader, sps_max_sub_layers_minus1);
     const std::uint32_t log2_min_luma_coding_block_size_minus3 = reader.ue();
@@ -171,13 +193,15 @@ inline std::uint32_t skip_reference_set(BitReader& reader, std::uint32_t i, std:
 }
 
 // vui_parameters() (E.2.1), as far as the timing.
-inline void read_hevc_vui(BitReader& reader, Vui& vui) noexcept
+inline void read_hevc_vui(BitReader& reader, HevcSps& sps) noexcept
 {
-    read_vui_head(reader, vui);
-    reader.skip(3);    // neutral_chroma_indication_flag, field_seq_flag, frame_field_info_present_flag
+    read_vui_head(reader, sps.vui);
+    reader.flag(); // neutral_chroma_indication_flag
+    sps.field_seq_flag = reader.flag();
+    reader.flag();     // frame_field_info_present_flag
     if (reader.flag()) // default_display_window_flag
         reader.skip_ue(4);
-    read_vui_timing(reader, vui);
+    read_vui_timing(reader, sps.vui);
 }
 
 // Without its reference picture sets.
@@ -197,7 +221,7 @@ inline HevcSps read_hevc_sps(BitReader reader) noexcept
     }
     reader.skip(2);    // sps_temporal_mvp_enabled_flag, strong_intra_smoothing_enabled_flag
     if (reader.flag()) // vui_parameters_present_flag
-        read_hevc_vui(reader, sps.vui);
+        read_hevc_vui(reader, sps);
     return sps;
 }
 

@@ -5,6 +5,7 @@
 #define NALSMITH_DETAIL_READER_DRAFT_HPP
 
 #include "nalsmith/detail/reader/seen_sets.hpp"
+#include "nalsmith/picture.hpp"
 #include "nalsmith/sequence.hpp"
 
 namespace nalsmith {
@@ -29,6 +30,12 @@ struct Draft {
     bool opened = false; // by an opener or a slice
     bool key = false;
     bool reference = false;
+    bool completed = false; // with the sets that it lacks
+    bool cut_off = false;   // the header of its last slice goes on after the head
+    PictureKind kind = PictureKind::unknown;
+    bool order_restarts = false;
+    std::optional<std::int64_t> picture_order;
+    std::optional<RecoveryPoint> recovery;
     VideoPicType picture_type = VideoPicTypeUnknown;
     std::optional<SequenceParameters> sequence;
     std::vector<Insertion> insertions; // in order of position

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
-// The parameter sets of a stream, each read once, when it comes.
+// The parameter sets of a stream, each read once, when it comes, and what slices say by them.
 #ifndef NALSMITH_DETAIL_READER_STREAM_SETS_HPP
 #define NALSMITH_DETAIL_READER_STREAM_SETS_HPP
 
+#include "nalsmith/detail/reader/avc_pictures.hpp"
 #include "nalsmith/detail/reader/draft.hpp"
-#include "nalsmith/detail/reader/pictures.hpp"
+#include "nalsmith/detail/reader/hevc_pictures.hpp"
+#include "nalsmith/detail/sei/recovery_point.hpp"
+
+#include <algorithm>
 
 namespace nalsmith {
 inline namespace v1 {
@@ -20,20 +24,34 @@ public:
                 keep(nal, identify_parameter_set(nal));
     }
 
-    // One that stands between these positions.
-    void add(const NalUnit& nal, std::uint64_t begin, std::uint64_t end)
+    // What is no slice, between these positions.
+    void take(const NalUnit& nal, std::uint64_t begin, std::uint64_t end)
     {
-        const ParameterSetId id = identify_parameter_set(nal);
-        keep(nal, id);
-        if (nal.layer_id() == 0)
-            seen_.add(id, begin, end);
+        if (nal.is_parameter_set())
+            add(nal, begin, end);
+        else if (nal.is_delimiter())
+            seen_.add_delimiter(begin, end);
+        else if (nal.layer_id() == 0 && nal.is_sei())
+            take_sei(nal);
+        else if (nal.layer_id() == 0 && nal.ends_sequence())
+            hevc_.end_sequence();
     }
-    void add_delimiter(std::uint64_t begin, std::uint64_t end) noexcept { seen_.add_delimiter(begin, end); }
 
-    SliceVerdict look(const NalUnit& slice) noexcept
+    // From the head of a slice.
+    SliceVerdict look(const NalUnit& head) noexcept
     {
-        return slice.codec == Codec::h264 ? avc_.look(slice) : hevc_.look(slice);
+        return head.codec == Codec::h264 ? avc_.look(head) : hevc_.look(head);
     }
+
+    // A slice that described it has come whole.
+    void end_slice(Draft& unit, const NalUnit& slice) noexcept
+    {
+        if (std::exchange(unit.cut_off, false))
+            number(unit, avc_.number(slice));
+    }
+
+    // What came after the last slice is for no other.
+    void forget_recovery_point() noexcept { recovery_.reset(); }
 
     // What is in force for a picture of this PPS.
     const std::optional<SequenceParameters>& sequence(unsigned pps_id) const noexcept
@@ -45,7 +63,7 @@ public:
     }
 
     // What a readable slice says of the access unit that it is part of.
-    void describe(Draft& unit, const NalUnit& slice, const SliceVerdict& verdict, bool self_contained) const
+    void describe(Draft& unit, const NalUnit& slice, const SliceVerdict& verdict, bool self_contained)
     {
         if (unit.content != Draft::Content::picture) {
             unit.content = Draft::Content::picture;
@@ -54,16 +72,44 @@ public:
                 unit.picture_type = static_cast<VideoPicType>(verdict.slice_type);
         }
         unit.reference = unit.reference || slice.is_reference();
-        if (!slice.is_key_slice())
-            return;
-        if (self_contained && !unit.key)
+        unit.key = unit.key || slice.is_key_slice();
+        unit.kind = std::max(unit.kind, verdict.kind);
+        unit.cut_off = verdict.cut_off;
+        if (recovery_)
+            unit.recovery = std::exchange(recovery_, std::nullopt);
+        number(unit, verdict.number);
+        const bool entry = unit.key || unit.recovery;
+        if (self_contained && entry && !std::exchange(unit.completed, true))
             complete_with_sets(unit, sets_, seen_, verdict.pps_id);
-        unit.key = true;
     }
 
     const ParameterSets& all() const noexcept { return sets_; }
 
 private:
+    void add(const NalUnit& nal, std::uint64_t begin, std::uint64_t end)
+    {
+        const ParameterSetId id = identify_parameter_set(nal);
+        keep(nal, id);
+        if (nal.layer_id() == 0)
+            seen_.add(id, begin, end);
+    }
+
+    void take_sei(const NalUnit& sei) noexcept
+    {
+        if (const std::optional<RecoveryPoint> point = find_recovery_point(sei))
+            recovery_ = point;
+    }
+
+    // Of two fields the lower number counts.
+    static void number(Draft& unit, const PictureNumber& number) noexcept
+    {
+        if (!number.known)
+            return;
+        if (!unit.picture_order || number.restarts || number.order < *unit.picture_order)
+            unit.picture_order = number.order;
+        unit.order_restarts = unit.order_restarts || number.restarts;
+    }
+
     struct Sequence {
         std::optional<SequenceParameters> parameters;
         unsigned vps_id = 0;
@@ -91,17 +137,16 @@ private:
     void keep_avc(const BitReader& reader, const ParameterSetId& id)
     {
         if (id.kind == ParameterSetKind::pps) {
-            BitReader head = reader;
-            avc_.keep(read_avc_pps_head(head));
+            avc_.keep(read_avc_pps(reader));
             return;
         }
-        const AvcSps sps = read_avc_sps(reader);
-        avc_.keep(sps);
+        AvcSps sps = read_avc_sps(reader);
         if (id.id < sequences_.size())
             sequences_[id.id].parameters = sequence_of(sps);
+        avc_.keep(std::move(sps));
     }
 
-    void keep_hevc(const BitReader& reader, const ParameterSetId& id, bool base) noexcept
+    void keep_hevc(const BitReader& reader, const ParameterSetId& id, bool base)
     {
         if (id.kind == ParameterSetKind::pps) {
             BitReader head = reader;
@@ -135,6 +180,7 @@ private:
     HevcPictures hevc_;
     std::array<HevcVps, 16> vps_ = {};
     std::array<Sequence, 32> sequences_ = {};
+    std::optional<RecoveryPoint> recovery_; // in an SEI message after the last slice
     bool layered_ = false;
 };
 

@@ -196,10 +196,12 @@ inline void UnitCutter::take_slice(const NalUnit& slice)
                                nal_ - draft_.begin >= most_refused_))
         emit(nal_);
     opener_ = kNone;
-    if (verdict.readable)
+    if (verdict.readable) {
         sets_.describe(draft_, slice, verdict, self_contained_);
-    else
+    } else {
         draft_.content = Draft::Content::refused_slices;
+        sets_.forget_recovery_point();
+    }
 }
 
 // What belongs to an access unit that has not been seen, since it stays with what came before, is no part of
@@ -218,20 +220,20 @@ inline void UnitCutter::end_nal(std::uint64_t end)
     if (nal.bare() || nal.forbidden())
         return;
     const NalRole role = nal.role();
-    if (role == NalRole::slice)
+    if (role == NalRole::slice) {
         slices_.push_back(
             {static_cast<std::size_t>(nal_ - draft_.begin), static_cast<std::size_t>(end - draft_.begin)});
-    if (role != NalRole::opener)
+        sets_.end_slice(draft_, nal);
         return;
-    open_draft();
-    if (draft_.content == Draft::Content::refused_slices)
-        emit(nal_);
-    else if (draft_.content == Draft::Content::picture && opener_ == kNone)
-        opener_ = nal_;
-    if (nal.is_parameter_set())
-        sets_.add(nal, nal_, end);
-    else if (nal.is_delimiter())
-        sets_.add_delimiter(nal_, end);
+    }
+    if (role == NalRole::opener) {
+        open_draft();
+        if (draft_.content == Draft::Content::refused_slices)
+            emit(nal_);
+        else if (draft_.content == Draft::Content::picture && opener_ == kNone)
+            opener_ = nal_;
+    }
+    sets_.take(nal, nal_, end);
 }
 
 // False when there is none to come. An access unit that gets ready before it is handed out first.
@@ -274,6 +276,7 @@ inline void UnitCutter::end_draft(std::uint64_t limit)
     if (in_stream_ && draft_.begin < limit)
         emit(limit);
     draft_.opened = false;
+    sets_.forget_recovery_point();
     searched_ = limit;
     opener_ = kNone;
     after_end_of_unit_ = in_stream_;

@@ -82,12 +82,11 @@ private:
             if (nal.is_slice()) {
                 slices.push_back({at, at + nal.bytes.size()});
                 take_slice(unit, nal);
-            } else if (nal.is_parameter_set()) {
-                sets_.add(nal, begin, begin + nal.bytes.size());
-            } else if (nal.is_delimiter()) {
-                sets_.add_delimiter(begin, begin + nal.bytes.size());
+            } else {
+                sets_.take(nal, begin, begin + nal.bytes.size());
             }
         }
+        sets_.forget_recovery_point();
         return unit;
     }
 
@@ -98,6 +97,9 @@ private:
         const SliceVerdict verdict = sets_.look(head);
         if (verdict.readable)
             sets_.describe(unit, head, verdict, self_contained_);
+        else
+            sets_.forget_recovery_point();
+        sets_.end_slice(unit, nal);
     }
 
     Codec codec_;

@@ -11,8 +11,6 @@ namespace nalsmith {
 inline namespace v1 {
 namespace detail {
 
-constexpr std::uint32_t kSeiRecoveryPoint = 6;
-
 inline std::uint64_t read_sei_number(BitReader& reader) noexcept
 {
     std::uint64_t number = 0;

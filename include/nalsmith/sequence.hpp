@@ -8,6 +8,7 @@
 #include "nalsmith/parameter_sets.hpp"
 
 #include <optional>
+#include <tuple>
 
 namespace nalsmith {
 inline namespace v1 {
@@ -43,6 +44,31 @@ struct SequenceParameters {
     std::uint32_t sar_width = 0;  ///< a sample's width is to its height as this to `sar_height`; 0: not told
     std::uint32_t sar_height = 0; ///< see `sar_width`
 };
+
+namespace detail {
+
+inline auto fields_of(const SequenceParameters& s) noexcept
+{
+    return std::tie(s.width, s.height, s.frame_rate_num, s.frame_rate_den, s.video_signal_type_present_flag,
+                    s.video_format, s.video_full_range_flag, s.colour_description_present_flag,
+                    s.colour_primaries, s.transfer_characteristics, s.matrix_coefficients, s.profile_idc,
+                    s.level_idc, s.high_tier, s.profile_compatibility_flags, s.constraint_flags,
+                    s.chroma_format_idc, s.bit_depth_luma, s.bit_depth_chroma, s.field_coding, s.sar_width,
+                    s.sar_height);
+}
+
+} // namespace detail
+
+/// All fields alike.
+inline bool operator==(const SequenceParameters& a, const SequenceParameters& b) noexcept
+{
+    return detail::fields_of(a) == detail::fields_of(b);
+}
+/// The same for the opposite.
+inline bool operator!=(const SequenceParameters& a, const SequenceParameters& b) noexcept
+{
+    return !(a == b);
+}
 
 /// Those of a record that the library has filled, which go as far as `matrix_coefficients`; all zero unless
 /// its `sequenceInfoValid` is 1.

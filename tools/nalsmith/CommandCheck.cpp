@@ -30,7 +30,7 @@ struct Judged {
     bool broken = false; // by the rule that was asked for
 };
 
-const char* KeyOf(Finding finding)
+const char* FindingKey(Finding finding)
 {
     switch (finding) {
     case Finding::none: return "none";
@@ -79,7 +79,7 @@ private:
     nalsmith::ParsingHandle handle_;
 };
 
-class Breaks {
+class BreaksSeen {
 public:
     void Add(const Judged& judged)
     {
@@ -127,7 +127,7 @@ private:
     std::vector<std::uint64_t> shown_; // the first of them
 };
 
-void PrintText(const Judged& judged)
+void PrintJudgedText(const Judged& judged)
 {
     const VideoInfoEx& library = judged.library;
     const Finding finding = judged.finding;
@@ -141,7 +141,7 @@ void PrintText(const Judged& judged)
                              finding == Finding::continuous ? "" : to_string(finding)));
 }
 
-void PrintJson(const Judged& judged)
+void PrintJudgedJson(const Judged& judged)
 {
     const bool isAvc =
         judged.codec == nalsmith::Codec::h264; // H.265 does not tell frames from fields in its slices
@@ -149,7 +149,7 @@ void PrintJson(const Judged& judged)
     output::JsonLine(
         {{"index", judged.index ? Json(*judged.index) : Json()},
          {"broken", judged.broken},
-         {"finding", KeyOf(judged.finding)},
+         {"finding", FindingKey(judged.finding)},
          {"discontinuity", library.discontinuity},
          {"isFramePicture", isAvc ? Json(library.isFramePicture) : Json()},
          {"intraPicture", library.intraPicture},
@@ -157,7 +157,7 @@ void PrintJson(const Judged& judged)
           judged.picType != VideoPicTypeUnknown ? Json(static_cast<int>(judged.picType)) : Json()}});
 }
 
-std::string LibraryText(nalsmith::Codec codec, const Breaks& breaks)
+std::string LibraryText(nalsmith::Codec codec, const BreaksSeen& breaks)
 {
     if (codec == nalsmith::Codec::h264)
         return fmt::format("by the library's own rule, of frame_num alone: {}",
@@ -166,7 +166,7 @@ std::string LibraryText(nalsmith::Codec codec, const Breaks& breaks)
                        Count(breaks.ByLibrary(), "break"));
 }
 
-void PrintSummary(const CheckOptions& options, nalsmith::Codec codec, const Breaks& breaks)
+void PrintSummary(const CheckOptions& options, nalsmith::Codec codec, const BreaksSeen& breaks)
 {
     if (options.quiet)
         return;
@@ -183,8 +183,8 @@ ExitStatus CheckContinuity(const CheckOptions& options)
     UnitReader reader(input, options);
     nalsmith::ContinuityChecker checker(reader.Codec());
     LibraryRule rule(reader.Codec());
-    Breaks breaks;
-    const auto print = options.json ? PrintJson : PrintText;
+    BreaksSeen breaks;
+    const auto print = options.json ? PrintJudgedJson : PrintJudgedText;
     if (!options.json)
         output::Heading(fmt::format("{:>8}  {:<5}  {:<5}  {:<5}  {:<7}  {}", "index", "break", "kind",
                                     "intra", "picture", "finding"));

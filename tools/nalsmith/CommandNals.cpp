@@ -86,7 +86,7 @@ std::string PictureTypeText(VideoPicType type)
     return type > VideoPicTypeAllSI ? std::to_string(static_cast<int>(type)) : PictureTypeName(type);
 }
 
-void PrintText(const ListedNal& listed)
+void PrintNalText(const ListedNal& listed)
 {
     const nalsmith::NalUnit& nal = listed.nal;
     std::string name =
@@ -116,7 +116,7 @@ void PrintHeading(nalsmith::Codec codec)
         output::Heading(fmt::format("{}  {:>5}  {:>13}  {}", start, "layer", "temporal_id+1", "name"));
 }
 
-void PrintJson(const ListedNal& listed)
+void PrintNalJson(const ListedNal& listed)
 {
     const nalsmith::NalUnit& nal = listed.nal;
     const bool header = listed.HasHeader();
@@ -142,7 +142,7 @@ ExitStatus ListNals(const StreamOptions& options)
     Input input(options);
     UnitReader reader(input, options, {false, true, {}});
     SliceReader slices(reader.Codec());
-    const auto print = options.json ? PrintJson : PrintText;
+    const auto print = options.json ? PrintNalJson : PrintNalText;
     if (!options.json)
         PrintHeading(reader.Codec());
     std::uint64_t index = 0;

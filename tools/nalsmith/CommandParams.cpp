@@ -21,12 +21,12 @@ std::string HexOf(nalsmith::BytesView bytes)
     return fmt::format("{:02x}", fmt::join(bytes.begin(), bytes.end(), ""));
 }
 
-void PrintText(const SentSet& set, nalsmith::BytesView unit)
+void PrintSetText(const SentSet& set, nalsmith::BytesView unit)
 {
     output::Line(fmt::format("{} {:>3}  {:>5} bytes  {}", set.kind, set.id, set.size, HexOf(unit)));
 }
 
-void PrintJson(const SentSet& set, nalsmith::BytesView unit)
+void PrintSetJson(const SentSet& set, nalsmith::BytesView unit)
 {
     output::JsonLine({{"kind", set.kind}, {"id", set.id}, {"size", set.size}, {"hex", HexOf(unit)}});
 }
@@ -45,7 +45,7 @@ ExitStatus ListParameterSets(const ParamsOptions& options)
     std::optional<OutputFile> file;
     if (!options.output.empty())
         file.emplace(options.output);
-    const auto print = options.json ? PrintJson : PrintText;
+    const auto print = options.json ? PrintSetJson : PrintSetText;
     SentSets sets;
     while (reader.Next() != nullptr) {
         for (const nalsmith::NalUnit& nal : reader.Nals()) {

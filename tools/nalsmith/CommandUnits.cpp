@@ -11,7 +11,7 @@
 namespace host {
 namespace {
 
-void PrintText(std::uint64_t index, const VideoInfo& unit)
+void PrintUnitText(std::uint64_t index, const VideoInfo& unit)
 {
     if (index == 0)
         output::Heading(fmt::format("{:>8}  {:>10}  {:<3}  {}", "index", "bytes", "key", "sequence"));
@@ -19,7 +19,7 @@ void PrintText(std::uint64_t index, const VideoInfo& unit)
                              unit.keyFrame != 0 ? "key" : "", SequenceSummary(unit)));
 }
 
-void PrintJson(std::uint64_t index, const VideoInfo& unit)
+void PrintUnitJson(std::uint64_t index, const VideoInfo& unit)
 {
     output::JsonLine({{"index", index},
                       {"size", unit.frameSize},
@@ -31,7 +31,7 @@ ExitStatus ListUnits(const StreamOptions& options)
 {
     Input input(options);
     LibraryReader reader(input, options);
-    const auto print = options.json ? PrintJson : PrintText;
+    const auto print = options.json ? PrintUnitJson : PrintUnitText;
     std::uint64_t index = 0;
     while (const VideoInfo* unit = reader.Next())
         print(index++, *unit);

@@ -20,7 +20,7 @@ struct GetOptions : StreamOptions {
     bool raw = false;
 };
 
-void PrintText(std::uint64_t index, nalsmith::BytesView data)
+void PrintDataText(std::uint64_t index, nalsmith::BytesView data)
 {
     const bool isText = IsPrintableText(data);
     const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
@@ -28,7 +28,7 @@ void PrintText(std::uint64_t index, nalsmith::BytesView data)
                               isText ? std::string(text) : EncodeBase64(data)));
 }
 
-void PrintJson(std::uint64_t index, nalsmith::BytesView data)
+void PrintDataJson(std::uint64_t index, nalsmith::BytesView data)
 {
     Json json = {{"index", index}, {"length", data.size()}};
     if (IsPrintableText(data))
@@ -38,7 +38,7 @@ void PrintJson(std::uint64_t index, nalsmith::BytesView data)
     output::JsonLine(json);
 }
 
-void PrintRaw(std::uint64_t /*index*/, nalsmith::BytesView data)
+void PrintDataRaw(std::uint64_t /*index*/, nalsmith::BytesView data)
 {
     output::Write({reinterpret_cast<const char*>(data.data()), data.size()});
 }
@@ -77,7 +77,7 @@ ExitStatus GetFromStream(const GetOptions& options)
     Input input(options);
     UnitReader reader(input, options);
     Finder finder(reader.Codec());
-    const auto print = options.json ? PrintJson : options.raw ? PrintRaw : PrintText;
+    const auto print = options.json ? PrintDataJson : options.raw ? PrintDataRaw : PrintDataText;
     std::uint64_t found = 0;
     std::uint64_t bytes = 0;
     while (const nalsmith::AccessUnit* unit = reader.Next()) {
@@ -85,7 +85,7 @@ ExitStatus GetFromStream(const GetOptions& options)
         const auto data = index ? finder.Find(reader, unit->bytes) : std::nullopt;
         if (!data)
             continue;
-        if (found == 0 && print == PrintText)
+        if (found == 0 && print == PrintDataText)
             output::Heading(fmt::format("{:>8}  {:>10}  {:<6}  {}", "index", "bytes", "as", "user data"));
         print(*index, *data);
         ++found;

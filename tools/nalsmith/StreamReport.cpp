@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "StreamReport.h"
 
-#include <cstring>
 
 namespace host {
 namespace {
@@ -35,11 +34,6 @@ UnitKind KindOf(nalsmith::Codec codec, const nalsmith::AccessUnit& unit)
     return UnitKind::Other;
 }
 
-bool Same(const nalsmith::SequenceParameters& a, const nalsmith::SequenceParameters& b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0; // eleven numbers of 32 bits, nothing between them
-}
-
 } // namespace
 
 void StreamReport::Add(const nalsmith::AccessUnit& unit, bool counts)
@@ -65,7 +59,7 @@ void StreamReport::Add(const nalsmith::AccessUnit& unit, bool counts)
 
 void StreamReport::AddSequence(const std::optional<nalsmith::SequenceParameters>& sequence)
 {
-    if (sequence && (sequences_.empty() || !Same(sequences_.back().parameters, *sequence)))
+    if (sequence && (sequences_.empty() || sequences_.back().parameters != *sequence))
         sequences_.push_back({units_.size(), *sequence});
 }
 

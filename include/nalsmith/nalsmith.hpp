@@ -7,8 +7,8 @@
 /// | job | type |
 /// |---|---|
 /// | bytes to access units | AccessUnitReader |
-/// | user data in access units | UserDataEditor |
-/// | SEI messages of any type | sei_messages() |
+/// | user data in access units, under any UUID | UserDataEditor |
+/// | SEI messages of any type | sei_messages(), SeiEditor |
 /// | losses in a stream | ContinuityChecker |
 /// | NAL units of a buffer | NalUnits |
 /// | parameter sets of a stream | ParameterSets, read_sequence() |
@@ -25,6 +25,7 @@
 #include "nalsmith/continuity.hpp"
 #include "nalsmith/length_prefixed.hpp"
 #include "nalsmith/sei.hpp"
+#include "nalsmith/sei_editor.hpp"
 #include "nalsmith/user_data.hpp"
 
 #endif

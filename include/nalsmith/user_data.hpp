@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: MIT
 /// \file
-/// User data in access units: put in, found, stripped.
+/// User data in access units, under any UUID: put in, found, stripped.
 #ifndef NALSMITH_USER_DATA_HPP
 #define NALSMITH_USER_DATA_HPP
 
-#include "nalsmith/detail/sei/remover.hpp"
 #include "nalsmith/handles.hpp"
-#include "nalsmith/sei.hpp"
+#include "nalsmith/sei_editor.hpp"
 
 #include <algorithm>
 
 namespace nalsmith {
 inline namespace v1 {
 
-/// Carries bytes of the caller's in access units, as AddUserData(), GetUserData() and RemoveUserData() do.
-/// What an editor answers may be handed to it again. add() leaves out bare start codes, which hold no NAL
-/// unit and would hide what comes after them; a NAL unit of one byte that ends the unit after an SEI NAL
-/// unit, and a slice of one byte, get a start code of four bytes there.
+/// Carries bytes of the caller's in access units, as AddUserData(), GetUserData() and RemoveUserData() do, or
+/// under a UUID of the caller's choice. What an editor answers may be handed to it again. add() without a
+/// UUID leaves out bare start codes, which hold no NAL unit and would hide what comes after them; a NAL unit
+/// of one byte that ends the unit after an SEI NAL unit, and a slice of one byte, get a start code of four
+/// bytes there.
 ///
 /// \code
 /// nalsmith::UserDataEditor editor(nalsmith::Codec::h265);
@@ -27,6 +27,10 @@ inline namespace v1 {
 /// \endcode
 class UserDataEditor {
 public:
+    /// Whose the messages are that add() makes without another: the library's own.
+    static constexpr Uuid uuid = {0x99, 0xAE, 0xD3, 0x1B, 0xB8, 0x94, 0x4B, 0x97,
+                                  0xAD, 0x39, 0xFB, 0x4E, 0xD5, 0x90, 0x2B, 0xA1};
+
     /// Where there is no memory for the library's handle, the first call says so.
     explicit UserDataEditor(Codec codec) noexcept : codec_(codec), handle_(make_user_data_handle(codec)) {}
 
@@ -58,25 +62,74 @@ public:
         });
     }
 
+    /// The access unit with `data` put in under a UUID, in a message of its own: SeiEditor::add() of type 5,
+    /// with the place and the statuses that it has. Valid until the next add() with a UUID.
+    std::optional<BytesView> add(BytesView unit, const Uuid& whose, BytesView data)
+    {
+        status_ = fits_together(unit, data) ? Status::ok : Status::too_large;
+        if (status_ != Status::ok)
+            return std::nullopt;
+        payload_.assign(whose.begin(), whose.end());
+        append(payload_, data);
+        const auto added = sei_editor_.add(unit, kUserDataUnregistered, payload_);
+        status_ = sei_editor_.status();
+        return added;
+    }
+
+    /// The data under a UUID, from prefix or suffix SEI of the base layer; the last, when there are several.
+    /// None when there is none: then status() is ok. Valid until the next get() with a UUID.
+    std::optional<BytesView> get(BytesView unit, const Uuid& whose)
+    {
+        status_ = NalUnits(codec_, unit).empty() ? Status::no_start_code : Status::ok;
+        bool found = false;
+        detail::for_each_sei(codec_, unit, rbsp_, [&](const detail::SeiPart& part) {
+            if (!is_from(part, whose))
+                return;
+            const BytesView data = part.payload.subview(whose.size());
+            next_data_.assign(data.begin(), data.end());
+            found = true;
+        });
+        if (!found)
+            return std::nullopt;
+        std::swap(data_, next_data_); // the unit may lie in what was answered last
+        return BytesView(data_);
+    }
+
     /// The access unit without any message of type 5, whoever wrote it, from prefix and suffix SEI NAL units
     /// alike. Everything else stays as it is, what is no message in an SEI NAL unit included. Valid until the
     /// next remove().
     std::optional<BytesView> remove(BytesView unit)
     {
-        status_ = NalUnits(codec_, unit).empty() ? Status::no_start_code : Status::ok;
-        if (status_ != Status::ok)
-            return std::nullopt;
-        remover_.remove(
-            codec_, unit, [](const detail::SeiPart& part) { return part.type == kUserDataUnregistered; },
-            next_removed_); // the unit may lie in what was answered last
-        std::swap(removed_, next_removed_);
-        return BytesView(removed_);
+        return strip(unit, [](const detail::SeiPart& part) { return part.type == kUserDataUnregistered; });
+    }
+
+    /// The same without the messages of type 5 that have this UUID.
+    std::optional<BytesView> remove(BytesView unit, const Uuid& whose)
+    {
+        return strip(unit, [&](const detail::SeiPart& part) { return is_from(part, whose); });
     }
 
     /// How the last call ended. `malformed`: an SEI NAL unit in whose messages new ones would not be found.
     Status status() const noexcept { return status_; }
 
 private:
+    static bool is_from(const detail::SeiPart& part, const Uuid& whose) noexcept
+    {
+        return detail::uuid_of(part.type, part.payload) == whose;
+    }
+
+    template <typename Predicate>
+    std::optional<BytesView> strip(BytesView unit, const Predicate& which)
+    {
+        status_ = NalUnits(codec_, unit).empty() ? Status::no_start_code : Status::ok;
+        if (status_ != Status::ok)
+            return std::nullopt;
+        remover_.remove(codec_, unit, which, detail::MalformedSei::loses_messages,
+                        next_removed_); // the unit may lie in what was answered last
+        std::swap(removed_, next_removed_);
+        return BytesView(removed_);
+    }
+
     bool accept(BytesView& unit)
     {
         if (!accept_size(unit))
@@ -133,12 +186,10 @@ private:
         return status_ == Status::ok;
     }
 
-    // With three bytes for every two of a message, as emulation prevention may need.
     static bool fits_together(BytesView unit, BytesView data) noexcept
     {
-        constexpr std::size_t kFraming = 64; // start code, header, type, UUID, stop byte
-        const std::size_t message = data.size() + data.size() / 255 + kFraming;
-        return detail::fits_library(unit.size() + message + message / 2);
+        return detail::SeiAdder::fits(unit.size(), kUserDataUnregistered,
+                                      sizeof(Uuid) + std::uint64_t{data.size()});
     }
 
     // Without a slice the data would belong to no picture; in the wake of a message that does not end, no one
@@ -151,7 +202,7 @@ private:
             slice = slice || nal.is_slice();
             if (!takes_user_data(nal))
                 continue;
-            if (!has_stop_byte(nal) || (!slice && !sei && !is_sound(nal))) {
+            if (!has_stop_byte(nal) || (!slice && !sei && !detail::SeiWalk(nal, rbsp_).sound())) {
                 status_ = Status::malformed;
                 return false;
             }
@@ -165,14 +216,6 @@ private:
     {
         const BytesView stored = nal.bytes.subview(nal.start_code_size + detail::header_size(nal.codec));
         return std::find(stored.begin(), stored.end(), detail::kStopByte) != stored.end();
-    }
-
-    bool is_sound(const NalUnit& nal)
-    {
-        detail::SeiWalk walk(nal, rbsp_);
-        for (detail::SeiPart part; walk.next(part);) {
-        }
-        return walk.stopped() && walk.left().empty();
     }
 
     template <typename Call>
@@ -189,12 +232,16 @@ private:
 
     Codec codec_;
     UserDataHandle handle_;
+    SeiEditor sei_editor_{codec_};
     detail::SeiRemover remover_;
     Bytes rbsp_;         // of the SEI NAL unit looked at
     Bytes copy_;         // of a unit that cannot be handed on as it is
     Bytes removed_;      // what remove() answered last
     Bytes next_removed_; // what it answers next
-    BytesView found_;    // what add() or get() answered last
+    Bytes payload_;      // of the message to be put in
+    Bytes data_;         // what get() with a UUID answered last
+    Bytes next_data_;    // what it answers next
+    BytesView found_;    // what add() or get() without one answered last
     Status status_ = Status::ok;
 };
 

@@ -9,12 +9,14 @@ namespace nalsmith {
 inline namespace v1 {
 namespace detail {
 
+enum class MalformedSei { loses_messages, stays }; // an SEI NAL unit that is not sound
+
 class SeiRemover {
 public:
     // Writes `unit` to `out` without the messages of which `which` is true. A NAL unit that keeps none is
     // left out; what is no message stays where it is.
     template <typename Predicate>
-    void remove(Codec codec, BytesView unit, const Predicate& which, Bytes& out)
+    void remove(Codec codec, BytesView unit, const Predicate& which, MalformedSei malformed, Bytes& out)
     {
         out.clear();
         const NalUnits nals(codec, unit);
@@ -22,7 +24,8 @@ public:
             append(out, unit.subview(0, static_cast<std::size_t>(nals.begin()->bytes.data() - unit.data())));
         bool gone = false;
         for (const NalUnit& nal : nals) {
-            const bool changed = !nal.bare() && !nal.forbidden() && nal.is_sei() && keep_others(nal, which);
+            const bool changed =
+                !nal.bare() && !nal.forbidden() && nal.is_sei() && keep_others(nal, which, malformed);
             if (changed && kept_.size() == header_size(codec)) {
                 gone = true;
                 continue;
@@ -43,11 +46,13 @@ private:
     // ends in a zero needs a stop byte, also where there was none: else the zero would come after the NAL
     // unit.
     template <typename Predicate>
-    bool keep_others(const NalUnit& nal, const Predicate& which)
+    bool keep_others(const NalUnit& nal, const Predicate& which, MalformedSei malformed)
     {
         kept_.clear();
         append(kept_, nal.payload().subview(0, header_size(nal.codec)));
         SeiWalk walk(nal, rbsp_);
+        if (malformed == MalformedSei::stays && !walk.sound())
+            return false;
         bool changed = false;
         for (SeiPart part; walk.next(part);) {
             if (which(part))

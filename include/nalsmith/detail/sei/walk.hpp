@@ -14,6 +14,7 @@ constexpr std::uint8_t kStopByte = 0x80; // rbsp_trailing_bits() of a structure 
 
 struct SeiPart {
     std::uint64_t type = 0; // payloadType
+    bool suffix = false;    // from a suffix SEI NAL unit
     BytesView whole;        // with type and size
     BytesView payload;
 };
@@ -21,7 +22,7 @@ struct SeiPart {
 class SeiWalk {
 public:
     // Unescapes the NAL unit into `rbsp`, which has to outlive the walk.
-    SeiWalk(const NalUnit& nal, Bytes& rbsp)
+    SeiWalk(const NalUnit& nal, Bytes& rbsp) : suffix_(nal.is_suffix_sei())
     {
         const BytesView stored = nal.payload();
         rbsp.resize(stored.size());
@@ -39,6 +40,7 @@ public:
         std::uint64_t size = 0;
         if (!read_number(at, part.type) || !read_number(at, size) || size > left_.size() - at)
             return false;
+        part.suffix = suffix_;
         part.payload = left_.subview(at, static_cast<std::size_t>(size));
         part.whole = left_.subview(0, at + part.payload.size());
         left_ = left_.subview(part.whole.size());
@@ -49,6 +51,15 @@ public:
     BytesView left() const noexcept { return left_; }
     // The NAL unit ends with a stop byte.
     bool stopped() const noexcept { return stopped_; }
+
+    // From here on there are messages and a stop byte, and nothing else.
+    bool sound() const noexcept
+    {
+        SeiWalk walk = *this;
+        for (SeiPart part; walk.next(part);) {
+        }
+        return walk.stopped() && walk.left().empty();
+    }
 
 private:
     // Any number of 0xFF, then a last byte. False at the end of the data.
@@ -64,6 +75,7 @@ private:
     }
 
     BytesView left_;
+    bool suffix_;
     bool stopped_ = false;
 };
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Runs the commands of the guide and compares what they print: guide_commands_test.py PROGRAM"""
+"""Runs the commands and Python scripts of the guide and compares what they print: guide_commands_test.py PROGRAM"""
 import os
 import pathlib
 import re
@@ -9,6 +9,7 @@ import tempfile
 
 from host import PROGRAM, ROOT
 
+SCRIPT = re.compile(r"```python\n# (\w+\.py)\n(.*?)```", re.S)
 BLOCK = re.compile(r"```text\n(\$ nalsmith .*?)```", re.S)
 COMMAND = re.compile(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", re.M)
 
@@ -20,8 +21,11 @@ def main():
     (folder / "bin").mkdir()
     (folder / "bin/nalsmith").symlink_to(pathlib.Path(PROGRAM).resolve())
     environment = {**os.environ, "PATH": f"{folder}/bin:{os.environ['PATH']}"}
+    guide = (ROOT / "docs/guide.md").read_text()
+    for name, code in SCRIPT.findall(guide):
+        (folder / name).write_text(code)
     shown = set()
-    for block in BLOCK.findall((ROOT / "docs/guide.md").read_text()):
+    for block in BLOCK.findall(guide):
         for command, expected in COMMAND.findall(block):
             printed = subprocess.run(command, shell=True, cwd=folder, env=environment, stdout=subprocess.PIPE,
                                      stderr=subprocess.STDOUT, text=True).stdout

@@ -4,6 +4,7 @@
 // choices stand at the end of the input, the stream before them.
 #include "UnitModel.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fuzzer/FuzzedDataProvider.h>
@@ -108,6 +109,47 @@ void use(Codec codec, BytesView unit, UserDataEditor& editor)
     static_cast<void>(read_hevc_configuration(unit, configuration));
 }
 
+// A message comes in among the others, and leaves with nothing else.
+void edit_sei(Codec codec, BytesView unit, SeiEditor& editor)
+{
+    const SeiMessage message = {static_cast<std::uint32_t>(unit.size() % 300),
+                                codec == Codec::h265 && unit.size() % 2 == 1, unit.subview(0, 40).to_bytes()};
+    const auto same = [](const SeiMessage& a, const SeiMessage& b) {
+        return a.type == b.type && a.suffix == b.suffix && a.payload == b.payload;
+    };
+    std::size_t found = 0;
+    const auto is_it = [&](const SeiMessage& other) { return same(other, message) && ++found > 0; };
+    const auto added = editor.add(unit, message.type, message.payload, message.suffix);
+    require(added || editor.status() == Status::no_slice || editor.status() == Status::no_start_code);
+    if (!added)
+        return;
+    const Bytes with = added->to_bytes();
+    const auto before = sei_messages(codec, unit);
+    auto after = sei_messages(codec, with);
+    const auto [there, here] = std::mismatch(before.begin(), before.end(), after.begin(), after.end(), same);
+    require(here != after.end() && same(*here, message));
+    after.erase(here);
+    require(std::equal(before.begin(), before.end(), after.begin(), after.end(), same));
+    const auto left = editor.remove(unit, is_it);
+    require(found != 0 || left->to_bytes() == unit.to_bytes());
+    const std::size_t more = std::exchange(found, 0) + 1;
+    const auto back = editor.remove(with, is_it);
+    require(found == more && (more > 1 || back->to_bytes() == unit.to_bytes()));
+}
+
+void edit_user_data(BytesView unit, UserDataEditor& editor)
+{
+    Uuid uuid = UserDataEditor::uuid;
+    std::copy_n(unit.begin(), std::min(unit.size(), uuid.size()), uuid.begin());
+    const bool there = editor.get(unit, uuid).has_value();
+    if (const auto added = editor.add(unit, uuid, unit)) {
+        const auto found = editor.get(*added, uuid);
+        require(found && (there || std::equal(found->begin(), found->end(), unit.begin(), unit.end())));
+        const Bytes removed = editor.remove(*added, uuid)->to_bytes();
+        require(!editor.get(removed, uuid));
+    }
+}
+
 // Every SPS by itself, as the library reports it.
 void compare_sequences(Codec codec, BytesView stream)
 {
@@ -166,10 +208,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     ContinuityChecker of_bytes(codec), of_units(codec);
     UserDataEditor editor(codec);
+    SeiEditor sei_editor(codec);
     AccessUnitReader whole(codec, {.self_contained = true, .whole_units = true});
     for (const Unit& unit : units) {
         const BytesView bytes = BytesView(stream).subview(unit.begin, unit.end - unit.begin);
         use(codec, bytes, editor);
+        edit_sei(codec, bytes, sei_editor);
+        edit_user_data(bytes, editor);
         const auto back = whole.read(bytes);
         require(back && back->key == unit.key && back->has_picture == unit.picture);
         const Verdict verdict = of_bytes.check(back->bytes), same = of_units.check(*back);

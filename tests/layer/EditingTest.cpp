@@ -12,38 +12,6 @@ using namespace layertest;
 using nalsmith::Bytes;
 using nalsmith::Status;
 
-TEST(UserData, ComesBackFromTheUnitThatItWasPutInto)
-{
-    for (const char* const name : {"avc_headers_once_aud.h264", "hevc_hand_vps_late.h265"}) {
-        const Codec codec = codec_of(name);
-        UserDataEditor editor(codec);
-        std::size_t edited = 0;
-        for (const Kept& kept : read_all(codec, read_file(name))) {
-            if (!kept.unit.has_picture)
-                continue;
-            const Bytes data = {0, 0, 0, 1, static_cast<std::uint8_t>(edited), 0, 0, 3};
-            const std::size_t messages = sei_messages(codec, kept.bytes).size();
-            const auto added = editor.add(kept.bytes, data);
-            ASSERT_TRUE(added);
-            const Bytes unit = added->to_bytes();
-            const std::vector<SeiMessage> all = sei_messages(codec, unit);
-            ASSERT_EQ(all.size(), messages + 1);
-            EXPECT_TRUE(std::ranges::any_of(all, [&](const SeiMessage& message) {
-                return message.uuid() && std::ranges::equal(message.content(), data);
-            }));
-            const auto found = editor.get(unit);
-            ASSERT_TRUE(found);
-            EXPECT_TRUE(std::ranges::equal(*found, data));
-            const auto removed = editor.remove(unit);
-            ASSERT_TRUE(removed);
-            EXPECT_FALSE(editor.get(*removed));
-            EXPECT_EQ(editor.status(), Status::ok);
-            ++edited;
-        }
-        EXPECT_GT(edited, 10u);
-    }
-}
-
 // Behind a start code of three bytes the library would take the last byte for a part of the SEI NAL unit.
 TEST(UserData, LosesNoNalUnitOfOneByteAtTheEnd)
 {

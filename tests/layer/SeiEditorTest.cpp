@@ -97,6 +97,7 @@ TEST(SeiEditor, TakesAwayOneOfFourWritersAndNothingElse)
             const Bytes all = with_all_but(kept.bytes, nullptr);
             std::vector<Message> expected = read_independently(codec, kept.bytes);
             EXPECT_EQ(sei_messages(codec, all).size(), expected.size() + 4);
+            EXPECT_EQ(editor.get(all)->to_bytes(), writers[0].data);
             for (const Writer& w : writers) {
                 const unsigned nal_unit_type = codec == Codec::h264 ? 6 : w.suffix ? 40 : 39;
                 expected.push_back({nal_unit_type, codec == Codec::h265, 5, payload_of(w.uuid, w.data)});
@@ -149,7 +150,8 @@ TEST(SeiEditor, PutsAMessageWhereTheStandardsWantIt)
         {"bare start code", avc, 1, false, "00 00 01 00 00 01"_bytes, new_avc_1, avc_slice},
         {"buffering period", avc, 0, false, sets, new_avc_0, avc_sei + avc_slice},
         {"a second one", avc, 0, false, sets, new_avc_0, "00 00 00 01 06 00 00 80"_bytes + avc_slice},
-        {"before malformed SEI", avc, 0, false, sets, new_avc_0, "00 00 00 01 06 05 09 00"_bytes + avc_slice},
+        {"before malformed SEI", hevc, 0, false, hevc_sets, new_0,
+         "00 00 01 4e 01 05 09 80"_bytes + hevc_slice},
         {"no SEI", avc, 0, false, sets, new_avc_0, avc_slice},
         {"H.265", hevc, 144, false, hevc_sets + hevc_sei, new_144, hevc_slice},
         {"reserved VCL type", hevc, 144, false, hevc_sets, new_144, "00 00 01 34 01 88"_bytes + hevc_slice},

@@ -2,6 +2,7 @@
 // The C++ layer: access units where the library's handles say that they begin, whatever the cuts; nothing
 // lost; parameters as the library reads them; bounds on what is held; and no step outside the input. The
 // choices stand at the end of the input, the stream before them.
+#include "LayerFields.h"
 #include "UnitModel.h"
 
 #include <algorithm>
@@ -165,7 +166,7 @@ void compare_sequences(Codec codec, BytesView stream)
         const auto read = read_sequence(codec, sets, sets.all()[0].id);
         require(read && info.sequenceInfoValid == 1);
         const SequenceParameters expected = sequence_parameters(info);
-        require(std::memcmp(&*read, &expected, sizeof expected) == 0);
+        require(fields_of(*read) == fields_of(expected));
     }
 }
 

@@ -47,7 +47,7 @@ struct SequenceParameters {
 
 namespace detail {
 
-inline auto fields_of(const SequenceParameters& s) noexcept
+inline auto all_fields(const SequenceParameters& s) noexcept
 {
     return std::tie(s.width, s.height, s.frame_rate_num, s.frame_rate_den, s.video_signal_type_present_flag,
                     s.video_format, s.video_full_range_flag, s.colour_description_present_flag,
@@ -62,7 +62,7 @@ inline auto fields_of(const SequenceParameters& s) noexcept
 /// All fields alike.
 inline bool operator==(const SequenceParameters& a, const SequenceParameters& b) noexcept
 {
-    return detail::fields_of(a) == detail::fields_of(b);
+    return detail::all_fields(a) == detail::all_fields(b);
 }
 /// The same for the opposite.
 inline bool operator!=(const SequenceParameters& a, const SequenceParameters& b) noexcept

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "StreamReport.h"
 
-
 namespace host {
 namespace {
 

@@ -33,14 +33,22 @@ struct Cuts {
     bool end_units = false; // after every piece
 };
 
-std::vector<Unit> read(Codec codec, BytesView stream, const Cuts& cuts, Bytes* all = nullptr)
+// What slice headers and SEI say, however the input is cut.
+bool same_headers(const AccessUnit& a, const AccessUnit& b)
+{
+    return a.kind == b.kind && a.picture_order == b.picture_order && a.order_restarts == b.order_restarts &&
+           a.entry() == b.entry() && a.sequence == b.sequence && a.slices.size() == b.slices.size();
+}
+
+std::vector<Unit> read(Codec codec, BytesView stream, const Cuts& cuts, Bytes* all = nullptr,
+                       std::vector<AccessUnit>* described = nullptr)
 {
     AccessUnitReader reader(codec, {.self_contained = cuts.self_contained});
     std::vector<Unit> units;
     std::uint64_t position = UINT64_MAX;
     const auto drain = [&] {
         while (const auto unit = reader.next()) {
-            require(unit->inserted == 0 || (cuts.self_contained && unit->key));
+            require(unit->inserted == 0 || (cuts.self_contained && unit->entry()));
             require(unit->zeros_left_out == 0 || cuts.end_units);
             require(position == UINT64_MAX || unit->position == position);
             require(unit->sequence.has_value() <= unit->has_picture);
@@ -50,6 +58,8 @@ std::vector<Unit> read(Codec codec, BytesView stream, const Cuts& cuts, Bytes* a
                              unit->has_picture, unit->key, unit->reference});
             if (all != nullptr)
                 append(*all, unit->bytes);
+            if (described != nullptr)
+                described->push_back(*unit);
         }
         require(reader.status() == Status::ok);
     };
@@ -200,8 +210,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     compare_sequences(codec, stream);
 
     Bytes all;
-    const std::vector<Unit> units = read(codec, stream, cuts, &all);
-    require(units == read(codec, stream, {{size}}));
+    std::vector<AccessUnit> described, at_once;
+    const std::vector<Unit> units = read(codec, stream, cuts, &all, &described);
+    require(units == read(codec, stream, {{size}}, nullptr, &at_once));
     require(units == unitmodel::Model(codec).cut(stream));
     const std::size_t start = detail::find_start_code(stream.data(), 0, stream.size());
     require(all.size() == stream.size() - start);
@@ -211,13 +222,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     UserDataEditor editor(codec);
     SeiEditor sei_editor(codec);
     AccessUnitReader whole(codec, {.self_contained = true, .whole_units = true});
-    for (const Unit& unit : units) {
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        const Unit& unit = units[i];
         const BytesView bytes = BytesView(stream).subview(unit.begin, unit.end - unit.begin);
         use(codec, bytes, editor);
         edit_sei(codec, bytes, sei_editor);
         edit_user_data(bytes, editor);
         const auto back = whole.read(bytes);
         require(back && back->key == unit.key && back->has_picture == unit.picture);
+        require(same_headers(described[i], at_once[i]) && same_headers(described[i], *back));
         const Verdict verdict = of_bytes.check(back->bytes), same = of_units.check(*back);
         require(verdict.finding == same.finding && verdict.decodable == same.decodable);
     }

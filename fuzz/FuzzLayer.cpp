@@ -112,12 +112,21 @@ void use(Codec codec, BytesView unit, UserDataEditor& editor)
     }
     Bytes prefixed;
     Bytes back;
-    if (to_length_prefixed(unit, 4, prefixed) == Status::ok)
+    if (to_length_prefixed(codec, unit, 4, prefixed) == Status::ok)
         require(to_annex_b(prefixed, 4, back) == Status::ok);
     static_cast<void>(to_annex_b(unit, 1, back));
     CodecConfiguration configuration;
     static_cast<void>(read_avc_configuration(unit, configuration));
     static_cast<void>(read_hevc_configuration(unit, configuration));
+    ParameterSets sets, again;
+    sets.add_all(codec, unit);
+    const bool avc = codec == Codec::h264;
+    if (const auto record = avc ? write_avc_configuration(sets) : write_hevc_configuration(sets)) {
+        require((avc ? read_avc_configuration(*record, configuration)
+                     : read_hevc_configuration(*record, configuration)) == Status::ok);
+        again.add_all(codec, configuration.parameter_sets);
+        require(again.to_annex_b() == sets.to_annex_b());
+    }
 }
 
 // A message comes in among the others, and leaves with nothing else.

@@ -12,7 +12,8 @@
 /// | losses in a stream | ContinuityChecker |
 /// | NAL units of a buffer | NalUnits |
 /// | parameter sets of a stream | ParameterSets, read_sequence() |
-/// | length-prefixed NAL units | to_annex_b(), to_length_prefixed(), read_avc_configuration(), ... |
+/// | length-prefixed NAL units | to_annex_b(), to_length_prefixed() |
+/// | configuration records | read_avc_configuration(), write_avc_configuration(), ... |
 /// | the functions themselves | ParsingHandle, UserDataHandle |
 ///
 /// Outcomes are values: Status, std::optional. The layer throws nothing of its own; where the containers of
@@ -22,6 +23,7 @@
 #define NALSMITH_NALSMITH_HPP
 
 #include "nalsmith/access_unit_reader.hpp"
+#include "nalsmith/configuration_record.hpp"
 #include "nalsmith/continuity.hpp"
 #include "nalsmith/length_prefixed.hpp"
 #include "nalsmith/sei.hpp"

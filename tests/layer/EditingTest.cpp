@@ -151,7 +151,7 @@ TEST(LengthPrefixed, GoesThereAndBack)
             for (const unsigned size : {2U, 4U}) {
                 Bytes prefixed;
                 Bytes back;
-                ASSERT_EQ(to_length_prefixed(kept.bytes, size, prefixed), Status::ok);
+                ASSERT_EQ(to_length_prefixed(codec, kept.bytes, size, prefixed), Status::ok);
                 ASSERT_EQ(to_annex_b(prefixed, size, back), Status::ok);
                 std::vector<Bytes> before;
                 std::vector<Bytes> after;
@@ -163,10 +163,10 @@ TEST(LengthPrefixed, GoesThereAndBack)
             }
     }
     Bytes out;
-    EXPECT_EQ(to_length_prefixed(Bytes(300, 9), 2, out), Status::no_start_code);
+    EXPECT_EQ(to_length_prefixed(Codec::h264, Bytes(300, 9), 2, out), Status::no_start_code);
     Bytes large = {0, 0, 1};
     large.resize(300, 9);
-    EXPECT_EQ(to_length_prefixed(large, 1, out), Status::too_large);
+    EXPECT_EQ(to_length_prefixed(Codec::h264, large, 1, out), Status::too_large);
     EXPECT_EQ(to_annex_b(Bytes{0, 5, 1, 2}, 2, out), Status::malformed);
     EXPECT_EQ(to_annex_b(Bytes{0, 0, 1, 2}, 3, out), Status::not_supported);
 
@@ -178,51 +178,13 @@ TEST(LengthPrefixed, GoesThereAndBack)
             const Bytes& from = there ? stream : sample;
             Bytes all = from;
             all.reserve(all.size() + spare);
-            EXPECT_EQ(there ? to_length_prefixed(all, 4, all) : to_annex_b(all, 4, all), Status::ok);
+            EXPECT_EQ(there ? to_length_prefixed(Codec::h264, all, 4, all) : to_annex_b(all, 4, all),
+                      Status::ok);
             append(all, BytesView(all).subview(1));
             Bytes expected = from;
             append(expected, there ? sample : stream);
             append(expected, Bytes(expected.begin() + 1, expected.end()));
             EXPECT_EQ(all, expected);
-        }
-}
-
-TEST(ConfigurationRecord, GivesItsParameterSets)
-{
-    const Bytes avc = {1, 100, 0, 31, 0xFD, 0xE1, 0, 2, 0x67, 9, 2, 0, 1, 0x68, 0, 2, 0x68, 7};
-    CodecConfiguration configuration;
-    ASSERT_EQ(read_avc_configuration(avc, configuration), Status::ok);
-    EXPECT_EQ(configuration.length_size, 2u);
-    EXPECT_EQ(configuration.profile, 100u);
-    EXPECT_EQ(configuration.level, 31u);
-    EXPECT_EQ(configuration.parameter_sets,
-              (Bytes{0, 0, 0, 1, 0x67, 9, 0, 0, 0, 1, 0x68, 0, 0, 0, 1, 0x68, 7}));
-
-    Bytes hevc(22, 0);
-    hevc[0] = 1;
-    hevc[1] = 2;
-    hevc[12] = 93;
-    hevc[21] = 3;
-    append(hevc, Bytes{2, 0x20, 0, 1, 0, 3, 0x40, 1, 5, 0x21, 0, 1, 0, 3, 0x42, 1, 6});
-    ASSERT_EQ(read_hevc_configuration(hevc, configuration), Status::ok);
-    EXPECT_EQ(configuration.length_size, 4u);
-    EXPECT_EQ(configuration.level, 93u);
-    EXPECT_EQ(configuration.parameter_sets, (Bytes{0, 0, 0, 1, 0x40, 1, 5, 0, 0, 0, 1, 0x42, 1, 6}));
-
-    CodecConfiguration within;
-    within.parameter_sets = hevc;
-    EXPECT_EQ(read_hevc_configuration(within.parameter_sets, within), Status::ok);
-    EXPECT_EQ(within.parameter_sets, configuration.parameter_sets);
-    within.parameter_sets = avc;
-    EXPECT_EQ(read_avc_configuration(within.parameter_sets, within), Status::ok);
-    EXPECT_EQ(within.parameter_sets.size(), 17u);
-
-    for (const Bytes& record : {avc, hevc})
-        for (std::size_t size = 0; size < record.size(); ++size) {
-            const BytesView cut = BytesView(record).subview(0, size);
-            EXPECT_EQ(record.size() == avc.size() ? read_avc_configuration(cut, configuration)
-                                                  : read_hevc_configuration(cut, configuration),
-                      Status::malformed);
         }
 }
 

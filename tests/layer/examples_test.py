@@ -48,5 +48,10 @@ def main():
     for i in range(3):
         assert "0 before" in run("recorder", folder / f"part{i}.h265", out)
 
+    if (PROGRAMS / "nalsmith-example-mp4").exists():  # where libavformat is
+        lines = run("mp4", STREAMS / "avc_size_change.h264", folder / "size").splitlines()
+        assert [line.split(": ")[1] for line in lines] == 3 * ["12 frames"]
+        assert all(b"avcC" in (folder / f"size{i}.mp4").read_bytes() for i in range(3))
+
 
 main()

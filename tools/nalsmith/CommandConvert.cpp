@@ -35,7 +35,8 @@ Converted ToLengths(Input& input, OutputFile& file, const ConvertOptions& option
     while (const nalsmith::AccessUnit* unit = reader.Next()) {
         for (const nalsmith::NalUnit& nal : reader.Nals()) {
             prefixed.clear();
-            if (to_length_prefixed(nal.bytes, options.lengthSize, prefixed) != nalsmith::Status::ok)
+            if (to_length_prefixed(nal.codec, nal.bytes, options.lengthSize, prefixed) !=
+                nalsmith::Status::ok)
                 throw Failure(
                     ExitStatus::OutputFailed,
                     fmt::format("{}: NAL unit {} at byte {} has {} bytes, too many for a length of {}",

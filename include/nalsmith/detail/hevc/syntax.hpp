@@ -32,6 +32,8 @@ struct HevcSps {
     static constexpr std::uint32_t kMostReferenceSets = 64;
 
     std::uint32_t sps_video_parameter_set_id = 0;
+    std::uint32_t sps_max_sub_layers_minus1 = 0;
+    bool sps_temporal_id_nesting_flag = false;
     std::uint32_t sps_seq_parameter_set_id = 0;
     HevcProfile profile;
     std::uint32_t chroma_format_idc = 0;
@@ -109,15 +111,14 @@ inline HevcVps read_hevc_vps(BitReader reader) noexcept
     return vps;
 }
 
-// Up to the id. Answers sps_max_sub_layers_minus1.
-inline std::uint32_t read_hevc_sps_begin(BitReader& reader, HevcSps& sps) noexcept
+// Up to the id.
+inline void read_hevc_sps_begin(BitReader& reader, HevcSps& sps) noexcept
 {
     sps.sps_video_parameter_set_id = reader.bits(4);
-    const std::uint32_t sps_max_sub_layers_minus1 = reader.bits(3);
-    reader.flag(); // sps_temporal_id_nesting_flag
-    sps.profile = read_profile_tier_level(reader, sps_max_sub_layers_minus1);
+    sps.sps_max_sub_layers_minus1 = reader.bits(3);
+    sps.sps_temporal_id_nesting_flag = reader.flag();
+    sps.profile = read_profile_tier_level(reader, sps.sps_max_sub_layers_minus1);
     sps.sps_seq_parameter_set_id = reader.ue();
-    return sps_max_sub_layers_minus1;
 }
 
 // scaling_list_data() (7.3.4)
@@ -137,7 +138,7 @@ inline void skip_hevc_scaling_lists(BitReader& reader) noexcept
 // Up to and including num_short_term_ref_pic_sets.
 inline void read_hevc_sps_head(BitReader& reader, HevcSps& sps) noexcept
 {
-    const std::uint32_t sps_max_sub_layers_minus1 = read_hevc_sps_begin(reader, sps);
+    read_hevc_sps_begin(reader, sps);
     sps.chroma_format_idc = reader.ue();
     sps.separate_colour_plane_flag = sps.chroma_format_idc == 3 && reader.flag();
     sps.pic_width_in_luma_samples = reader.ue();
@@ -148,7 +149,7 @@ inline void read_hevc_sps_head(BitReader& reader, HevcSps& sps) noexcept
     sps.bit_depth_luma_minus8 = reader.ue();
     sps.bit_depth_chroma_minus8 = reader.ue();
     sps.log2_max_pic_order_cnt_lsb_minus4 = reader.ue();
-    skip_sub_layer_ordering_info(reader, sps_max_sub_layers_minus1);
+    skip_sub_layer_ordering_info(reader, sps.sps_max_sub_layers_minus1);
     const std::uint32_t log2_min_luma_coding_block_size_minus3 = reader.ue();
     sps.log2_ctb_size = std::uint64_t{log2_min_luma_coding_block_size_minus3} + 3 + reader.ue();
     reader.skip_ue(4);                  // sizes of transform blocks and their depths

@@ -26,6 +26,7 @@ TEST(AvcContinuity, GoesByNumbersAndOrderCounts)
     expect("gaps allowed", "D0 P1 P3 P4", "c+ c+ g+ c+", {.gaps_in_frame_num_value_allowed_flag = 1});
     expect("starts", "P3 P4 D0", "n- c- c+");
     expect("starts at an intra picture", "I3 P4 D0", "c- c- c+");
+    expect("another with the same numbers", "D0 D0! P1 P1~2! P2 D0", "c+ r+ c+ r- c- c+");
     expect("an order count twice: an IDR picture is missing", "D0~0 P1~2 P2~4 P3~2 P4~4", "c+ c+ c+ r- c-");
     expect("operation 5", "D0~0 P1~2 P2x~4 P1~2 P2~4 P4~6", "c+ c+ c+ c+ c+ r-");
     expect("other widths", "D0 P1 P2", "c+ c+ c+",

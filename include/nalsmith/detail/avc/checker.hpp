@@ -56,6 +56,7 @@ private:
 
     Finding read(const NalUnit& nal, BytesView payload, AvcPicture& slice,
                  const Sequence*& sequence) const noexcept;
+    bool begins_again(const AvcPicture& slice, BytesView payload) const noexcept;
     void begin_picture(const AvcPicture& slice, const Sequence& sequence);
     void continue_picture() noexcept;
     void end_picture();
@@ -98,7 +99,12 @@ inline void AvcChecker::take_slice(const NalUnit& nal)
     }
     if (slice.redundant)
         return;
-    if (!picture_ || !picture_->header.same_picture(slice)) {
+    const bool again = begins_again(slice, payload);
+    if (again) {
+        unit_.note(Finding::missing_reference);
+        decodable_.lose();
+    }
+    if (again || !picture_ || !picture_->header.same_picture(slice)) {
         end_picture();
         begin_picture(slice, *sequence);
     } else if (!touched_) {
@@ -106,6 +112,17 @@ inline void AvcChecker::take_slice(const NalUnit& nal)
     }
     touched_ = true;
     place(slice, payload);
+}
+
+// Another picture with the numbers of the one at hand: those between the two are lost. IDR pictures that
+// follow one another differ in idr_pic_id (7.4.3).
+inline bool AvcChecker::begins_again(const AvcPicture& slice, BytesView payload) const noexcept
+{
+    if (!picture_ || slice.first_mb_in_slice != 0 || slice.arbitrary_order || touched_ ||
+        !picture_->header.same_picture(slice))
+        return false;
+    const PictureSlices& places = slices_[slice.colour_plane_id];
+    return !places.empty() && places.places().front() == 0 && !places.has(0, payload);
 }
 
 inline Finding AvcChecker::read(const NalUnit& nal, BytesView payload, AvcPicture& slice,

@@ -45,6 +45,10 @@ void expect_described(Line line, const std::string& units, const std::string& ex
     }
     EXPECT_EQ(described(given), expected) << units;
     EXPECT_EQ(described(ended), expected) << units;
+    const std::vector<Kept> alone = read_all(codec, stream, {.self_contained = true});
+    EXPECT_EQ(described(alone), expected) << units;
+    for (std::size_t i = 1; i < alone.size(); ++i) // the first one has the sets
+        EXPECT_EQ(alone[i].unit.inserted != 0, alone[i].unit.entry()) << units << ", unit " << i;
 }
 
 TEST(PictureHeaders, OfH264)

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-# What compiler and linker offer to make a fault of the library harder to use: checked stack frames, checked
-# copies where the compiler knows the size, indirect branches to marked places only, and a library whose tables
-# of addresses cannot be written once it is loaded.
+# What compiler and linker offer to make a fault of library or program harder to use: checked stack frames,
+# checked copies where the compiler knows the size, indirect branches to marked places only, and tables of
+# addresses that cannot be written once they are loaded.
 include(CheckCXXCompilerFlag)
 check_cxx_compiler_flag(-fstack-protector-strong NALSMITH_HAS_STACK_PROTECTOR)
 check_cxx_compiler_flag(-fcf-protection=full NALSMITH_HAS_CF_PROTECTION)
@@ -20,6 +20,6 @@ function(nalsmith_harden_objects target)
   endif()
 endfunction()
 
-function(nalsmith_harden_library target)
+function(nalsmith_harden_linked target)
   target_link_options(${target} PRIVATE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 endfunction()

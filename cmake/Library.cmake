@@ -14,7 +14,7 @@ if(NALSMITH_SHARED)
     SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${NALSMITH_EXPORTS})
   target_link_options(nalsmith PRIVATE LINKER:--version-script=${NALSMITH_EXPORTS})
-  nalsmith_harden_library(nalsmith)
+  nalsmith_harden_linked(nalsmith)
 else()
   add_library(nalsmith STATIC $<TARGET_OBJECTS:nalsmith_objects>)
   target_compile_definitions(nalsmith_objects PUBLIC NALSMITH_STATIC)

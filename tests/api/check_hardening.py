@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Checks how the shared library is hardened.
+"""Checks how the shared library, or the program, is hardened.
 
-usage: check_hardening.py LIBRARY OBJECT...
+usage: check_hardening.py LIBRARY_OR_PROGRAM [OBJECT...]
 
 The marks of branch targets are looked for in the object files: of the whole library a linker writes them only where
 the system's own start-up files have them too.
@@ -33,7 +33,7 @@ def main():
         "no relocations in its code": "TEXTREL" not in readelf("-d", library),
         "protected stack frames": "__stack_chk_fail" in readelf("--dyn-syms", library),
     }
-    if platform.machine() == "x86_64":
+    if platform.machine() == "x86_64" and objects:
         checks["marked targets of branches (IBT, SHSTK)"] = len(objects) > 20 and all(
             "IBT, SHSTK" in readelf("-n", path) for path in objects)
     faults = [f"lacks: {name}" for name, good in checks.items() if not good]

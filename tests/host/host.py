@@ -4,7 +4,6 @@ import json
 import pathlib
 import re
 import resource
-import signal
 import subprocess
 import sys
 import tempfile
@@ -35,7 +34,6 @@ def nal_type(nal, hevc=False):
 
 
 def without_room():  # in the host program's process: every write to a file fails, as on a full disk
-    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
     resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0))
 
 

@@ -223,7 +223,24 @@ class Output(HostTest):
         link.symlink_to("same")
         self.add(same, link)
         self.assertEqual((same.read_bytes(), same.stat().st_mode & 0o777, link.is_symlink()), (expected, 0o640, True))
-        self.assertEqual(sorted(os.listdir(self.folder)), ["link", "same"])
+        dangling = self.folder / "dangling"
+        dangling.symlink_to("later")
+        self.add(AVC, dangling)
+        self.assertEqual(((self.folder / "later").read_bytes(), dangling.is_symlink()), (expected, True))
+        self.assertEqual(sorted(os.listdir(self.folder)), ["dangling", "later", "link", "same"])
+
+    def test_what_is_open_already_is_written_to_from_where_it_stands(self):
+        expected = self.add(AVC, "-").stdout
+        for name in ("/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"):
+            with open(self.write("log", b"before"), "ab") as log:
+                subprocess.run([PROGRAM, "userdata", "add", AVC, "-o", name, "--text", "x"], stdout=log, check=True,
+                               stderr=subprocess.DEVNULL)
+            self.assertEqual((self.folder / "log").read_bytes(), b"before" + expected)
+        self.run_host("complete", AVC, "-o", "/dev/stdout", "--json", status=2)
+
+    def test_names_cannot_steer_a_terminal(self):
+        name = self.write("a\u202eb\u009bc\x1bd\u00e9", AVC.read_bytes())
+        self.assertTrue(self.run_host("info", name).stdout.splitlines()[0].endswith("a?b?c?d\u00e9".encode()))
 
     def test_a_pipe_is_written_to_as_it_is(self):
         pipe = self.folder / "pipe"
@@ -233,15 +250,16 @@ class Output(HostTest):
             self.assertEqual((pipe.is_fifo(), reader.stdout.read()), (True, self.add(AVC, "-").stdout))
 
     def test_an_interrupted_run_leaves_nothing(self):
-        with subprocess.Popen([PROGRAM, "userdata", "remove", "-", "-o", self.folder / "out"],
-                              stdin=subprocess.PIPE, stderr=subprocess.DEVNULL) as run:
-            deadline = time.monotonic() + 60
-            while not os.listdir(self.folder) and time.monotonic() < deadline:
-                time.sleep(0.02)
-            self.assertEqual([name == "out" for name in os.listdir(self.folder)], [False])
-            run.terminate()
-            self.assertEqual(run.wait(60), -signal.SIGTERM)
-        self.assertEqual(os.listdir(self.folder), [])
+        for ending in (signal.SIGTERM, signal.SIGQUIT):
+            with subprocess.Popen([PROGRAM, "userdata", "remove", "-", "-o", self.folder / "out"],
+                                  stdin=subprocess.PIPE, stderr=subprocess.DEVNULL) as run:
+                deadline = time.monotonic() + 60
+                while not os.listdir(self.folder) and time.monotonic() < deadline:
+                    time.sleep(0.02)
+                self.assertEqual([name == "out" for name in os.listdir(self.folder)], [False])
+                run.send_signal(ending)
+                self.assertEqual(run.wait(60), -ending)
+            self.assertEqual(os.listdir(self.folder), [])
 
     def test_exit_statuses(self):
         add, text = ["userdata", "add", AVC, "-o", "-"], ["--text", "a"]

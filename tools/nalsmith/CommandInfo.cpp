@@ -2,6 +2,7 @@
 // nalsmith info: what a stream is, in a few lines.
 #include "CommandLine.h"
 #include "Commands.h"
+#include "DataText.h"
 #include "Files.h"
 #include "LibraryReader.h"
 #include "Output.h"

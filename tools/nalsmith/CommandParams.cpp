@@ -51,7 +51,7 @@ ExitStatus ListParameterSets(const ParamsOptions& options)
         for (const nalsmith::NalUnit& nal : reader.Nals()) {
             if (!sets.Add(nal))
                 continue;
-            if (options.output != "-")
+            if (!IsStandardOutput(options.output))
                 print(sets.All().back(), nal.payload());
             if (file)
                 WriteUnit(*file, nal.payload());

@@ -2,6 +2,7 @@
 // nalsmith report: what a stream is like, as a page for a browser.
 #include "CommandLine.h"
 #include "Commands.h"
+#include "DataText.h"
 #include "Files.h"
 #include "Output.h"
 #include "OutputFile.h"

@@ -44,17 +44,45 @@ std::optional<Character> ReadUtf8(nalsmith::BytesView bytes)
     return std::nullopt;
 }
 
+bool IsControl(std::uint32_t code)
+{
+    return code < ' ' || (code >= 0x7F && code < 0xA0);
+}
+
+// Marks, embeddings, overrides and isolates of bidirectional text.
+bool IsDirection(std::uint32_t code)
+{
+    return code == 0x061C || code == 0x200E || code == 0x200F || (code >= 0x202A && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
+}
+
 } // namespace
 
 bool IsPrintableText(nalsmith::BytesView bytes)
 {
     while (!bytes.empty()) {
         const auto character = ReadUtf8(bytes);
-        if (!character || character->code < ' ' || (character->code >= 0x7F && character->code < 0xA0))
+        if (!character || IsControl(character->code))
             return false;
         bytes = bytes.subview(character->size);
     }
     return true;
+}
+
+std::string Printable(std::string_view text)
+{
+    std::string printable;
+    nalsmith::BytesView bytes(text.data(), text.size());
+    while (!bytes.empty()) {
+        const auto character = ReadUtf8(bytes);
+        const std::size_t size = character ? character->size : 1;
+        if (!character || IsControl(character->code) || IsDirection(character->code))
+            printable += '?';
+        else
+            printable.append(reinterpret_cast<const char*>(bytes.data()), size);
+        bytes = bytes.subview(size);
+    }
+    return printable;
 }
 
 std::string EncodeBase64(nalsmith::BytesView bytes)

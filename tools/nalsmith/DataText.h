@@ -17,6 +17,10 @@ namespace host {
 // Whether the bytes are UTF-8 without control characters.
 bool IsPrintableText(nalsmith::BytesView bytes);
 
+// Text from outside, with "?" for what could steer a terminal or show as something else: control characters,
+// marks of direction, and bytes that are not UTF-8.
+std::string Printable(std::string_view text);
+
 std::string EncodeBase64(nalsmith::BytesView bytes);
 
 // None when it is not Base64: padding belongs to it, blanks do not.

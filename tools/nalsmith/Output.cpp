@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "Output.h"
 
+#include "DataText.h"
 #include "Failure.h"
 #include "Progress.h"
 
 #include <fmt/color.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -130,14 +130,6 @@ std::string Alarming(std::string_view text, std::size_t width)
 std::string Count(std::uint64_t number, std::string_view noun)
 {
     return fmt::format("{} {}{}", number, noun, number == 1 ? "" : "s");
-}
-
-std::string Printable(std::string_view text)
-{
-    std::string printable(text);
-    const auto isControl = [](char c) { return (c >= 0 && c < ' ') || c == 0x7f; };
-    std::replace_if(printable.begin(), printable.end(), isControl, '?');
-    return printable;
 }
 
 } // namespace host

@@ -52,7 +52,4 @@ std::string Alarming(std::string_view text, std::size_t width);
 // "1 key frame", "2 key frames".
 std::string Count(std::uint64_t number, std::string_view noun);
 
-// Text from outside, with "?" for control characters so that it cannot steer a terminal.
-std::string Printable(std::string_view text);
-
 } // namespace host

@@ -5,8 +5,11 @@
 #include "Unfinished.h"
 
 #include <cerrno>
-#include <cstdlib>
+#include <charconv>
 #include <fcntl.h>
+#include <filesystem>
+#include <optional>
+#include <string_view>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -15,10 +18,39 @@ namespace host {
 
 using unfinished::SignalsHeld;
 
-OutputFile::OutputFile(const std::string& path) : name_(path == "-" ? "standard output" : path), target_(path)
+namespace {
+
+// The number that a path such as /dev/fd/3 says.
+std::optional<int> DescriptorOf(const std::string& path)
 {
-    if (path == "-")
+    if (path == "-" || path == "/dev/stdout")
+        return STDOUT_FILENO;
+    if (path == "/dev/stderr")
+        return STDERR_FILENO;
+    for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
+        int number = -1;
+        const char* const end = path.data() + path.size();
+        if (path.compare(0, folder.size(), folder) == 0 &&
+            std::from_chars(path.data() + folder.size(), end, number).ptr == end && number >= 0)
+            return number;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+bool IsStandardOutput(const std::string& path)
+{
+    return DescriptorOf(path) == STDOUT_FILENO;
+}
+
+OutputFile::OutputFile(const std::string& path)
+    : name_(IsStandardOutput(path) ? "standard output" : path), target_(path)
+{
+    if (IsStandardOutput(path))
         file_ = stdout;
+    else if (const auto descriptor = DescriptorOf(path))
+        file_ = ::fdopen(::fcntl(*descriptor, F_DUPFD_CLOEXEC, 0), "wb");
     else
         Open();
     if (file_ == nullptr) {
@@ -39,20 +71,20 @@ void OutputFile::Open()
         file_ = std::fopen(target_.c_str(), "wbe");
         return;
     }
-    if (exists && (::access(target_.c_str(), W_OK) != 0 || !FollowLinks()))
+    if (exists && ::access(target_.c_str(), W_OK) != 0)
         return;
+    FollowLink();
     OpenBeside(exists ? existing.st_mode & 0777 : unfinished::DefaultMode(0666));
 }
 
-// A link stays, and points to the new file.
-bool OutputFile::FollowLinks()
+// A link stays, and points to the new file, also when there was none.
+void OutputFile::FollowLink()
 {
-    char* const real = ::realpath(target_.c_str(), nullptr);
-    if (real == nullptr)
-        return false;
-    target_ = real;
-    std::free(real);
-    return true;
+    namespace fs = std::filesystem;
+    constexpr int kMostLinks = 40; // as many as the system follows
+    std::error_code error;
+    for (int i = 0; i < kMostLinks && fs::is_symlink(target_, error); ++i)
+        target_ = fs::path(target_).parent_path() / fs::read_symlink(target_, error);
 }
 
 OutputFile::~OutputFile()

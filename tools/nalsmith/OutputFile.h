@@ -3,7 +3,8 @@
 // that it is to have. A run that fails, or is interrupted, leaves nothing behind and touches no file that was
 // there before.
 //
-// What is no regular file (a pipe, a device, the standard output) is written to as it is.
+// What is no regular file (a pipe, a device) and what is open already (the standard output, /dev/fd/N) is
+// written to as it is, from where it stands.
 #pragma once
 
 #include <nalsmith/bytes.hpp>
@@ -13,6 +14,9 @@
 #include <string>
 
 namespace host {
+
+// "-" and the other names that it has.
+bool IsStandardOutput(const std::string& path);
 
 class OutputFile {
 public:
@@ -33,7 +37,7 @@ public:
 
 private:
     void Open();
-    bool FollowLinks();
+    void FollowLink();
     void OpenBeside(unsigned mode);
     void Close();
     void Discard();

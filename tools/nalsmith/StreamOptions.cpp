@@ -4,6 +4,7 @@
 #include "Codec.h"
 #include "CommandLine.h"
 #include "Failure.h"
+#include "OutputFile.h"
 
 namespace host {
 
@@ -42,7 +43,7 @@ void AddCopyOptions(CLI::App& parser, CopyOptions& options)
 
 void RequireOneOutput(const CopyOptions& options)
 {
-    if (options.json && options.output == "-")
+    if (options.json && IsStandardOutput(options.output))
         throw Failure(ExitStatus::WrongUsage, "with -o - the standard output has no room for --json");
 }
 

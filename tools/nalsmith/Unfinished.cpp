@@ -10,7 +10,7 @@
 namespace host::unfinished {
 namespace {
 
-constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM};
+constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
 constexpr std::size_t kEndingRoom = 8;
 
 // For the handler, which may call next to nothing.

@@ -69,6 +69,7 @@ ExitStatus Run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN); // a closed pipe is a write error like any other
+    std::signal(SIGXFSZ, SIG_IGN); // and so is a file that may not grow
     try {
         return static_cast<int>(host::Run(argc, argv));
     } catch (...) {
